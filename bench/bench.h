@@ -1,0 +1,33 @@
+// Registers one contestant of a comparison. Names read "operation|size|who"; table.py divides the
+// time of each peer by that of the contestant called "morvik".
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <string>
+#include <utility>
+
+namespace bench {
+
+struct Size {
+  int width;
+  int height;
+};
+inline constexpr Size kSizes[] = {{1920, 1080}, {4032, 3024}};
+
+template <typename Run>
+void add(const std::string& operation, Size size, const std::string& who, Run run) {
+  const std::string name =
+      operation + '|' + std::to_string(size.width) + 'x' + std::to_string(size.height) + '|' + who;
+  benchmark::RegisterBenchmark(name.c_str(),
+                               [run = std::move(run)](benchmark::State& state) {
+                                 for (auto _ : state) {
+                                   run();
+                                   benchmark::ClobberMemory();
+                                 }
+                               })
+      ->UseRealTime()
+      ->Unit(benchmark::kMicrosecond);
+}
+
+}  // namespace bench

@@ -1,0 +1,11 @@
+#include "api/check.h"
+#include "core/pixel_region.h"
+
+// Sizes and pitches are not checked here: the copy itself skips images that do not fit.
+uint32_t mvk_copy(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src) {
+  using namespace mvk::api;
+  if (const uint32_t code = check_planes({src, dst}); code != MVK_OK) return code;
+  if (!kMovableFormats.has(src->format) || dst->format != src->format) return MVK_BAD_ARGUMENT;
+  kel::imageprocess::copy(*dst, *src);
+  return MVK_OK;
+}

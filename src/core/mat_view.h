@@ -1,0 +1,25 @@
+// The one place that puts OpenCV matrix headers on planes. Headers own nothing.
+#pragma once
+
+#include <cstdint>
+#include <opencv2/core/mat.hpp>
+
+#include "core/pixel_region.h"
+
+namespace kel {
+
+// Rows by pitch. An empty matrix when the plane cannot be a matrix: no pixels, or a pitch that is
+// shorter than a row (descriptors with such a pitch pass the checks).
+inline cv::Mat plane_mat(uint8_t* data, int32_t width, int32_t height, int32_t pitch, int type) {
+  if (data == nullptr || width < 1 || height < 1) return {};
+  if (pitch < static_cast<int64_t>(width) * CV_ELEM_SIZE(type)) return {};
+  return cv::Mat(height, width, type, data, static_cast<size_t>(pitch));
+}
+
+// Rows packed, whatever the pitch says: how the mask and outline operations see plane 0. Where the
+// source is only read, the caller must hand the header to operations that only read it.
+inline cv::Mat packed_mat(const KelPixelRegion& region, int type) {
+  return cv::Mat(region.height, region.width, type, region.plane[0]);
+}
+
+}  // namespace kel

@@ -1,0 +1,108 @@
+// Views of the caller's pixels. A view is a value on the stack of one call: it knows where the
+// rows of a plane start and how much of them means something, and it owns nothing when it was
+// built from a descriptor.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+#include <utility>
+
+#include "core/format.h"
+#include "morvik/morvik.h"
+
+// A descriptor held by value: same fields, same order. Operations on whole images take it.
+using KelPixelRegion = QX_OFFSCREEN;
+
+namespace kel::imageprocess {
+
+// One plane of bytes. All pitch arithmetic of the library is row().
+struct Plane {
+  uint8_t* data = nullptr;
+  bool owns = false;      // data came from new[] and goes with the view
+  int64_t size = 0;       // pitch * rows
+  int64_t row_bytes = 0;  // bytes of a row that mean something
+  int64_t rows = 0;
+  int64_t pitch = 0;  // bytes between row starts
+
+  Plane() = default;
+  Plane(uint8_t* start, int64_t bytes_per_row, int64_t row_count, int64_t row_pitch)
+      : data(start),
+        size(row_pitch * row_count),
+        row_bytes(bytes_per_row),
+        rows(row_count),
+        pitch(row_pitch) {}
+  Plane(const Plane&) = delete;
+  Plane& operator=(const Plane&) = delete;
+  Plane(Plane&& other) noexcept { swap(other); }
+  Plane& operator=(Plane&& other) noexcept {
+    swap(other);
+    return *this;
+  }
+  ~Plane() {
+    if (owns) delete[] data;
+  }
+
+  uint8_t* row(int64_t y) { return data + y * pitch; }
+  const uint8_t* row(int64_t y) const { return data + y * pitch; }
+  bool is_packed() const { return pitch == row_bytes; }
+
+ private:
+  void swap(Plane& other) noexcept {
+    std::swap(data, other.data);
+    std::swap(owns, other.owns);
+    std::swap(size, other.size);
+    std::swap(row_bytes, other.row_bytes);
+    std::swap(rows, other.rows);
+    std::swap(pitch, other.pitch);
+  }
+};
+
+// View of a single-plane image, typed by its format code.
+template <uint32_t Code>
+struct PixelRegion_ {
+  static_assert(find_format(Code) != nullptr && !is_two_plane(Code));
+  static constexpr int kBytesPerPixel = bytes_per_pixel(Code);
+
+  Plane plane;
+  uint32_t width;  // pixels; the height is plane.rows
+
+  explicit PixelRegion_(const KelPixelRegion& region)
+      : plane(region.plane[0], int64_t{region.width} * kBytesPerPixel, region.height,
+              region.pitch[0]),
+        width(static_cast<uint32_t>(region.width)) {}
+};
+
+// View of the even part of a Y plane and its interleaved chroma plane. NV12 and NV21 share it: the
+// order inside a chroma pair is a matter of the format code alone.
+struct PixelRegion2P422_Impl {
+  Plane own;  // for views that bring their own memory; empty when built from a descriptor
+  Plane y;
+  Plane chroma;
+  int32_t width;  // pixels, even
+
+  explicit PixelRegion2P422_Impl(const KelPixelRegion& region)
+      : y(region.plane[0], even_part(region.width), even_part(region.height), region.pitch[0]),
+        chroma(region.plane[1], even_part(region.width), region.height / 2, region.pitch[1]),
+        width(even_part(region.width)) {}
+
+  // Copies each plane whose size agrees; the Y plane is skipped on its own.
+  PixelRegion2P422_Impl& copy(const PixelRegion2P422_Impl& src);
+};
+
+template <>
+struct PixelRegion_<QX_FMT_NV12> : PixelRegion2P422_Impl {
+  using PixelRegion2P422_Impl::PixelRegion2P422_Impl;
+};
+template <>
+struct PixelRegion_<QX_FMT_NV21> : PixelRegion2P422_Impl {
+  using PixelRegion2P422_Impl::PixelRegion2P422_Impl;
+};
+
+// Copies the rows of src where both planes have the same shape; returns whether it did so.
+bool copy_plane(Plane& dst, const Plane& src);
+
+// Copies src to dst, both of the same format; images that do not fit each other are left alone.
+void copy(KelPixelRegion dst, KelPixelRegion src);
+
+}  // namespace kel::imageprocess
