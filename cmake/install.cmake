@@ -20,6 +20,8 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/MorvikConfig.cmake
   cmake/FindMorvikOpenCV.cmake cmake/FindLibYUV.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
+# Relative, so that the installed tree can be moved.
+file(RELATIVE_PATH prefix_from_pkgconfig /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/morvik.pc.in morvik.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/morvik.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
