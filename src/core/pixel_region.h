@@ -43,7 +43,10 @@ struct Plane {
     if (owns) delete[] data;
   }
 
-  uint8_t* row(int64_t y) { return data + y * pitch; }
+  // Not const: a view that is const shows const pixels.
+  uint8_t* row(int64_t y) {  // NOLINT(readability-make-member-function-const)
+    return data + y * pitch;
+  }
   const uint8_t* row(int64_t y) const { return data + y * pitch; }
   bool is_packed() const { return pitch == row_bytes; }
 
