@@ -1,5 +1,5 @@
-// Registers one contestant of a comparison. Names read "operation|size|who"; table.py divides the
-// time of each peer by that of the contestant called "morvik".
+// Registers one contestant of a comparison: its time and the memory that one run takes. Names read
+// "operation|size|who"; table.py divides the time of each peer by that of the one called "morvik".
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -7,13 +7,15 @@
 #include <string>
 #include <utility>
 
+#include "peak_memory.h"
+
 namespace bench {
 
 struct Size {
   int width;
   int height;
 };
-inline constexpr Size kSizes[] = {{1920, 1080}, {4032, 3024}};
+inline constexpr Size kSizes[] = {{640, 480}, {1920, 1080}, {4032, 3024}};
 
 template <typename Run>
 void add(const std::string& operation, Size size, const std::string& who, Run run) {

@@ -5,29 +5,30 @@ import sys
 
 
 def medians(paths):
-    """Yields (operation, size, who, microseconds, counters) of each benchmark's median."""
+    """Yields (operation, size, who, microseconds, peak bytes) of each benchmark's median."""
     for path in paths:
         with open(path, encoding="utf-8") as file:
             for row in json.load(file)["benchmarks"]:
                 if row.get("aggregate_name") == "median":
                     operation, size, who = row["run_name"].removesuffix("/real_time").split("|")
-                    yield operation, size, who, row["real_time"]
+                    yield operation, size, who, row["real_time"], row.get("peak_bytes", 0)
 
 
 def main():
     groups = {}
-    for operation, size, who, time in medians(sys.argv[1:]):
-        groups.setdefault((operation, size), {})[who] = time
-    print("| operation | size | Morvik, us | peer | peer, us | ratio |")
-    print("|---|---|---:|---|---:|---:|")
-    for (operation, size), times in groups.items():
-        own = times.pop("morvik", None)
-        if own is None:
+    for operation, size, who, time, peak in medians(sys.argv[1:]):
+        groups.setdefault((operation, size), {})[who] = time, peak
+    print("| operation | size | Morvik, us | peak, KB | peer | peer, us | peak, KB | ratio |")
+    print("|---|---|---:|---:|---|---:|---:|---:|")
+    for (operation, size), results in groups.items():
+        if "morvik" not in results:
             continue
-        for who, time in times.items():
-            print(f"| {operation} | {size} | {own:.1f} | {who} | {time:.1f} | {time / own:.2f} |")
-        if not times:
-            print(f"| {operation} | {size} | {own:.1f} | | | |")
+        time, peak = results.pop("morvik")
+        for who, (peer_time, peer_peak) in results.items():
+            print(f"| {operation} | {size} | {time:.1f} | {peak / 1024:.0f} | {who} "
+                  f"| {peer_time:.1f} | {peer_peak / 1024:.0f} | {peer_time / time:.2f} |")
+        if not results:
+            print(f"| {operation} | {size} | {time:.1f} | {peak / 1024:.0f} | | | | |")
 
 
 if __name__ == "__main__":
