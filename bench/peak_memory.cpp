@@ -43,6 +43,8 @@ size_t peak_since_reset() { return peak - held_at_reset; }
 
 }  // namespace bench
 
+// Visible to the shared libraries, or they would go on with glibc's.
+#pragma GCC visibility push(default)
 extern "C" {
 void* malloc(size_t size) { return bench::count(__libc_malloc(size)); }
 void* calloc(size_t count, size_t size) { return bench::count(__libc_calloc(count, size)); }
@@ -63,3 +65,4 @@ void free(void* memory) {
   __libc_free(memory);
 }
 }
+#pragma GCC visibility pop

@@ -5,10 +5,11 @@ import sys
 
 
 def medians(paths):
-    """Yields (operation, size, who, microseconds, peak bytes) of each benchmark's median."""
+    """Yields (operation, size, who, us, peak bytes) of the medians, in order of registration."""
     for path in paths:
         with open(path, encoding="utf-8") as file:
-            for row in json.load(file)["benchmarks"]:
+            rows = json.load(file)["benchmarks"]
+            for row in sorted(rows, key=lambda row: row["family_index"]):
                 if row.get("aggregate_name") == "median":
                     operation, size, who = row["run_name"].removesuffix("/real_time").split("|")
                     yield operation, size, who, row["real_time"], row.get("peak_bytes", 0)
