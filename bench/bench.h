@@ -21,15 +21,16 @@ template <typename Run>
 void add(const std::string& operation, Size size, const std::string& who, Run run) {
   const std::string name =
       operation + '|' + std::to_string(size.width) + 'x' + std::to_string(size.height) + '|' + who;
-  benchmark::RegisterBenchmark(name.c_str(),
-                               [run = std::move(run)](benchmark::State& state) {
-                                 for (auto _ : state) {
-                                   run();
-                                   benchmark::ClobberMemory();
-                                 }
-                               })
-      ->UseRealTime()
-      ->Unit(benchmark::kMicrosecond);
+  const auto measure = [run = std::move(run)](benchmark::State& state) {
+    reset_peak();
+    run();
+    state.counters["peak_bytes"] = static_cast<double>(peak_since_reset());
+    for (auto _ : state) {
+      run();
+      benchmark::ClobberMemory();
+    }
+  };
+  benchmark::RegisterBenchmark(name.c_str(), measure)->UseRealTime()->Unit(benchmark::kMicrosecond);
 }
 
 }  // namespace bench
