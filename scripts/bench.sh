@@ -1,18 +1,51 @@
 #!/usr/bin/env bash
-# Builds the benchmarks and prints peer time / Morvik's time for every operation. Contestants of a
-# comparison run interleaved in one process. Usage: scripts/bench.sh [regular expression]
+# Builds the benchmarks and compares every operation with its peers: peer time / Morvik's time.
+#   scripts/bench.sh [regular expression]   prints the comparisons whose name matches
+#   scripts/bench.sh --write                runs all and writes docs/benchmarks.md
+# The contestants of a comparison run interleaved in one process; each figure is the median of
+# REPETITIONS runs (default 9) of at least MIN_TIME seconds (default 0.02).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/lib.sh
 install_packages "${build_packages[@]}" python3
 cmake --preset release >/dev/null
-cmake --build --preset release
+cmake --build --preset release >&2
+
+filter=${1:-.}
+[ "$filter" != --write ] || filter=.
+families=(plain mask outline face)
 mkdir -p out/bench
-for program in build/release/bench/morvik_bench_*; do
-  name=out/bench/$(basename "$program").json
-  "$program" --benchmark_filter="${1:-.}" --benchmark_enable_random_interleaving=true \
+for family in "${families[@]}"; do
+  build/release/bench/morvik_bench_"$family" --benchmark_filter="$filter" \
+    --benchmark_enable_random_interleaving=true \
     --benchmark_repetitions="${REPETITIONS:-9}" --benchmark_min_time="${MIN_TIME:-0.02}" \
-    --benchmark_report_aggregates_only=true --benchmark_out="$name" --benchmark_out_format=json \
-    >/dev/null
+    --benchmark_report_aggregates_only=true \
+    --benchmark_out=out/bench/"$family".json --benchmark_out_format=json >/dev/null 2>&1
 done
-python3 bench/table.py out/bench/*.json
+
+if [ "${1:-}" != --write ]; then
+  python3 bench/table.py out/bench/*.json
+  exit
+fi
+
+version() { dpkg-query -W -f='${Version}' "$1"; }
+{
+  cat <<EOF2
+# Benchmarks
+
+Written by \`scripts/bench.sh --write\` on $(date -u +%Y-%m-%d):
+$(lscpu | sed -n 's/^Model name: *//p'), $(nproc) cores, Debian $(cat /etc/debian_version),
+GCC $(gcc -dumpfullversion), OpenCV $(version libopencv-core-dev), libyuv $(version libyuv-dev),
+Eigen $(version libeigen3-dev), Highway $(version libhwy-dev).
+
+A ratio is the peer's time divided by Morvik's, both measured interleaved in one process; times are
+medians. "As written" is the plain chain of OpenCV calls that defines the result; its bytes are the
+same. The peak is what one call holds on the heap at most. Calls of libyuv and OpenCV are made on
+the same memory; where OpenCV spreads work over cores it does so on both sides. The machine is
+shared, so a ratio within a few per cent of 1 means "the same".
+EOF2
+  for family in "${families[@]}"; do
+    printf '\n## %s\n\n' "${family^}"
+    python3 bench/table.py out/bench/"$family".json
+  done
+} >docs/benchmarks.md
