@@ -1,0 +1,12 @@
+#include "mask/get_mask_roi.h"
+
+#include "api/check.h"
+
+// The image's sizes and pitch are not checked: one without pixels holds nothing.
+uint32_t mvk_get_mask_roi(const QX_OFFSCREEN* image, MKRect* rect, uint32_t level) {
+  using namespace mvk::api;
+  if (image == nullptr || rect == nullptr) return MVK_BAD_ARGUMENT;
+  if (!kGray.has(image->format) || image->plane[0] == nullptr) return MVK_BAD_ARGUMENT;
+  if (level == 0 || level == 255) return MVK_BAD_ARGUMENT;
+  return kel::mask::get_mask_roi(*image, *rect, level);
+}

@@ -1,0 +1,34 @@
+// How the mask operations see the caller's planes: packed, read where they lie.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+
+#include "core/mat_view.h"
+
+namespace kel::mask {
+
+// OpenCV adds kernels to sides and multiplies them by channels in 32 bits, and refuses (or worse)
+// what does not fit. Longer sides are left alone.
+inline bool fits_opencv(int64_t width, int64_t height) {
+  constexpr int64_t kLongestSide = int64_t{1} << 29;
+  return width <= kLongestSide && height <= kLongestSide;
+}
+
+inline size_t packed_size(const KelPixelRegion& region) {
+  return static_cast<size_t>(region.width) * static_cast<size_t>(region.height) *
+         static_cast<size_t>(imageprocess::bytes_per_pixel(region.format));
+}
+
+// src for a filter that writes dst: a header on the caller's memory, or a copy of it when the
+// planes overlap, which hardly any filter can take.
+inline cv::Mat source_mat(const KelPixelRegion& src, const KelPixelRegion& dst, int type) {
+  const cv::Mat view = packed_mat(src, type);
+  const std::less<const uint8_t*> before;
+  const bool apart = !before(src.plane[0], dst.plane[0] + packed_size(dst)) ||
+                     !before(dst.plane[0], src.plane[0] + packed_size(src));
+  return apart ? view : view.clone();
+}
+
+}  // namespace kel::mask

@@ -1,0 +1,129 @@
+#include "mask/make_edge_add.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <opencv2/imgproc.hpp>
+
+#include "morvik/morvik.h"
+
+namespace kel::mask {
+namespace {
+
+// Length of a colour vector, rounded down. Single precision is exact here: the sum is an integer
+// below 2^18, so its root is never within a rounding error below the next integer.
+int32_t brightness(const uint8_t* pixel) {
+  const int32_t sum = pixel[0] * pixel[0] + pixel[1] * pixel[1] + pixel[2] * pixel[2];
+  return static_cast<int32_t>(std::sqrt(static_cast<float>(sum)));
+}
+
+// sums[i + 1] = sums[i] + brightness of column x - radius + i, for 2 * radius + 1 columns. The last
+// of them may be the column behind the row, which is the next row's first pixel; behind the last
+// row it counts as 0.
+void sum_brightness(const cv::Mat& guide, int32_t y, int32_t x, int32_t radius, int32_t* sums) {
+  const int32_t count = 2 * radius + 1;
+  const bool leaves = x + radius >= guide.cols && y + 1 >= guide.rows;
+  const uint8_t* pixel = guide.ptr<uint8_t>(y, x - radius);
+  for (int32_t i = 0; i < count; ++i, pixel += 3) {
+    sums[i + 1] = sums[i] + (leaves && i == count - 1 ? 0 : brightness(pixel));
+  }
+}
+
+// |mean of the window behind position j + half - mean of the one in front of it|
+int32_t haar_response(const int32_t* sums, int32_t j, int32_t half) {
+  if (half == 0) return 0;
+  const int32_t left = (sums[j + half] - sums[j]) / half;
+  const int32_t right = (sums[j + 2 * half] - sums[j + half]) / half;
+  return std::abs(left - right);
+}
+
+}  // namespace
+
+uint32_t make_edge_add(cv::Mat& mask, uint32_t radius, const cv::Mat& guide) {
+  if (mask.rows != guide.rows || mask.cols != guide.cols) return kUnusableSize;
+  cv::threshold(mask, mask, 254.0, 255.0, cv::THRESH_BINARY);
+  Contours contours;
+  Hierarchy hierarchy;
+  cv::findContours(mask, contours, hierarchy, cv::RETR_TREE, cv::CHAIN_APPROX_NONE);
+  if (contours.empty()) return MVK_BAD_ARGUMENT;
+  make_contour_edge(mask, guide, radius, contours, hierarchy);
+  return MVK_OK;
+}
+
+void make_contour_edge(cv::Mat& mask, const cv::Mat& guide, uint32_t radius, Contours& contours,
+                       const Hierarchy& hierarchy) {
+  Contours moved = contours;
+  fix_contours_point(moved, mask);
+  find_edge_contour_add_haar(moved, static_cast<int32_t>(radius), guide, mask);
+  mask.setTo(0);
+  cv::drawContours(mask, moved, -1, cv::Scalar(255), cv::FILLED, cv::LINE_AA, hierarchy, 2);
+  add_image_point(contours, mask);  // the points as they were found
+  contours.swap(moved);
+}
+
+void fix_contours_point(Contours& contours, const cv::Mat& mask) {
+  if (mask.empty()) return;
+  for (std::vector<cv::Point>& contour : contours) {
+    for (cv::Point& point : contour) {
+      const bool at_top = point.y < 2;
+      if (point.x < 2) point.x = 0;
+      if (at_top) point.y = 0;
+      if (point.x >= mask.cols - 2) point.x = mask.cols - 1;
+      // A point at the top does not also go to the bottom, unless the mask is both.
+      if (at_top ? mask.rows <= 2 : point.y >= mask.rows - 2) point.y = mask.rows - 1;
+    }
+  }
+}
+
+void find_edge_contour_add_haar(Contours& contours, int32_t radius, const cv::Mat& guide,
+                                const cv::Mat& mask) {
+  std::vector<int32_t> sums(2 * static_cast<size_t>(radius) + 2);
+  for (std::vector<cv::Point>& contour : contours) {
+    for (cv::Point& point : contour) {
+      // The bound lets the window reach one column behind the row; required.
+      if (point.x < radius || point.x + radius > guide.cols) continue;
+      const int left = mask.at<uint8_t>(point.y, point.x - 1);
+      const int right = mask.at<uint8_t>(point.y, point.x + 1);
+      if (left == right && (left == 0 || left == 255)) continue;
+      sum_brightness(guide, point.y, point.x, radius, sums.data());
+      point.x += (left < right ? 1 : 0) + haar_move_window_limit(sums.data(), radius, radius / 2);
+    }
+  }
+}
+
+int32_t haar_move_window_limit(const int32_t* sums, int32_t radius, int32_t half) {
+  constexpr double kClearEdge = 35.0;  // least standard deviation of the responses
+  if (radius <= half) half = radius / 2;
+  const int32_t count = 2 * radius + 2 - 2 * half;
+  if (count <= 0) return 0;
+
+  int64_t total = 0;
+  int32_t strongest = 0;
+  int32_t highest = -1;
+  for (int32_t j = 0; j < count; ++j) {
+    const int32_t response = haar_response(sums, j, half);
+    total += response;
+    if (response > highest) {
+      highest = response;
+      strongest = j;
+    }
+  }
+  const double mean = static_cast<double>(total) / count;
+  double squares = 0.0;
+  for (int32_t j = 0; j < count; ++j) {
+    const double difference = haar_response(sums, j, half) - mean;
+    squares += difference * difference;
+  }
+  if (std::sqrt(squares / count) < kClearEdge) return 0;
+  return strongest - count / 2;
+}
+
+void add_image_point(const Contours& contours, cv::Mat& image) {
+  if (image.empty()) return;
+  for (const std::vector<cv::Point>& contour : contours) {
+    for (const cv::Point& point : contour) {
+      if (point.y > image.rows - 3) image.at<uint8_t>(image.rows - 1, point.x) = 255;
+    }
+  }
+}
+
+}  // namespace kel::mask

@@ -1,0 +1,70 @@
+#include "mask/mask_smooth.h"
+
+#include <algorithm>
+#include <opencv2/imgproc.hpp>
+
+#include "core/saturate.h"
+#include "mask/caller_mat.h"
+#include "mask/make_edge_add.h"
+
+namespace kel::mask {
+namespace {
+
+constexpr double kSure = 250.0;       // what the network calls inside
+constexpr uint32_t kSnapRadius = 12;  // working pixels
+constexpr int kFullSizeMedian = 15;   // whatever the kernel at the working size
+
+// The whole factor nearest to limit / larger side, in single precision.
+int32_t working_scale(uint32_t limit, int32_t larger_side) {
+  return saturate_to_int32(static_cast<float>(limit) / static_cast<float>(larger_side) + 0.5F);
+}
+
+void smooth_at_full_size(const cv::Mat& mask, cv::Mat& dst) {
+  cv::Mat enlarged;
+  cv::resize(mask, enlarged, dst.size(), 0.0, 0.0, cv::INTER_LINEAR);
+  cv::medianBlur(enlarged, dst, kFullSizeMedian);
+}
+
+void snap_to_guide(cv::Mat& mask, const cv::Mat& guide) {
+  cv::Mat reduced;
+  cv::resize(guide, reduced, mask.size(), 0.0, 0.0, cv::INTER_LINEAR);
+  make_edge_add(mask, kSnapRadius, reduced);
+}
+
+}  // namespace
+
+uint32_t mask_smooth(const KelPixelRegion& mask, const KelPixelRegion& dst,
+                     const KelPixelRegion& guide, uint32_t mode, uint32_t limit, uint32_t ksize) {
+  if (ksize > 200 || ksize % 2 == 0) return kUnusableSize;
+  return use_opencv(dst, mask, ksize, guide, mode, limit);
+}
+
+uint32_t use_opencv(const KelPixelRegion& dst, const KelPixelRegion& mask, uint32_t ksize,
+                    const KelPixelRegion& guide, uint32_t mode, uint32_t limit) {
+  const cv::Mat coarse = packed_mat(mask, CV_8UC1);
+  cv::Mat smooth = packed_mat(dst, CV_8UC1);
+  if (limit >= static_cast<uint32_t>(std::max(dst.width, dst.height))) {
+    if (fits_opencv(dst.width, dst.height)) smooth_at_full_size(coarse, smooth);
+    return MVK_OK;
+  }
+
+  const int64_t scale = working_scale(limit, std::max(mask.width, mask.height));
+  if (scale < 1) return MVK_BAD_ARGUMENT;
+  const int64_t width = mask.width * scale;
+  const int64_t height = mask.height * scale;
+  if (!fits_opencv(width, height) || !fits_opencv(dst.width, dst.height)) return MVK_OK;
+  const cv::Size working(static_cast<int>(width), static_cast<int>(height));
+
+  cv::Mat binary;
+  cv::Mat work;
+  cv::threshold(coarse, binary, kSure, 255.0, cv::THRESH_BINARY);
+  cv::resize(binary, work, working, 0.0, 0.0, cv::INTER_LINEAR);
+  cv::threshold(work, work, kSure, 255.0, cv::THRESH_BINARY);
+  if (mode == 1) snap_to_guide(work, packed_mat(guide, CV_8UC3));
+  cv::Mat median;
+  cv::medianBlur(work, median, static_cast<int>(ksize));
+  cv::resize(median, smooth, smooth.size(), 0.0, 0.0, cv::INTER_LINEAR);
+  return MVK_OK;
+}
+
+}  // namespace kel::mask

@@ -1,0 +1,36 @@
+#include "mask/mk_blur.h"
+
+#include <opencv2/imgproc.hpp>
+
+#include "mask/caller_mat.h"
+
+namespace kel::mask {
+
+uint32_t mk_blur(const KelPixelRegion& src, const KelPixelRegion& dst, uint32_t ksize, MKBlur type,
+                 uint32_t param1, uint32_t param2) {
+  if (ksize > 200 || ksize % 2 == 0) return MVK_BAD_ARGUMENT;
+  if (src.format != QX_FMT_GRAY && src.format != QX_FMT_RGB24) return MVK_BAD_ARGUMENT;
+  if (type > MKBlur::Bilateral || dst.format != src.format) return MVK_BAD_ARGUMENT;
+  if (!fits_opencv(src.width, src.height)) return MVK_OK;
+  const int pixel = src.format == QX_FMT_GRAY ? CV_8UC1 : CV_8UC3;
+  use_blur(source_mat(src, dst, pixel), packed_mat(dst, pixel), static_cast<int32_t>(ksize), type,
+           param1, param2);
+  return MVK_OK;
+}
+
+void use_blur(cv::InputArray in, cv::OutputArray out, int32_t ksize, MKBlur type, uint32_t param1,
+              uint32_t param2) {
+  constexpr int kMirrored = cv::BORDER_REFLECT_101;
+  switch (type) {
+    case MKBlur::Mean:
+      return cv::blur(in, out, cv::Size(ksize, ksize), cv::Point(-1, -1), kMirrored);
+    case MKBlur::Median:
+      return cv::medianBlur(in, out, ksize);
+    case MKBlur::Gaussian:
+      return cv::GaussianBlur(in, out, cv::Size(ksize, ksize), param1, param2, kMirrored);
+    case MKBlur::Bilateral:
+      return cv::bilateralFilter(in, out, ksize, param1, param2, kMirrored);
+  }
+}
+
+}  // namespace kel::mask
