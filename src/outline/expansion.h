@@ -1,0 +1,29 @@
+// Growing of the main contours by moving their points. The arithmetic stands as it is: the points
+// are truncated, so that an equal formula in another order gives other outlines.
+#pragma once
+
+#include <cstdint>
+#include <opencv2/core.hpp>
+
+#include "morvik/morvik.h"
+#include "outline/contours.h"
+
+namespace outline {
+
+// Painted by the expansions and strokes; any value but 0 counts as shape.
+inline constexpr uint8_t kExpansionValue = 127;
+
+// Both move the points of the main contours and paint all contours, filled, into the 8-bit
+// `image`. The centre of a contour is `center`, or its centroid when that is null; a contour whose
+// centre or scale is not finite stays where it is. Coordinates saturate.
+
+// Scales about the centre, by the factor that moves the nearest point out by `expand_size` pixels.
+void expansion_contours_polar(Contours& contours, uint16_t expand_size, cv::Mat& image,
+                              const Hierarchy& hierarchy, const TPOINT* center);
+
+// Moves points right of the centre to the right and points below it down, in proportion to their
+// distance along that axis: by `expand_size` pixels at half the larger side of the bounding box.
+void expansion_contours_vector(Contours& contours, uint16_t expand_size, cv::Mat& image,
+                               const Hierarchy& hierarchy, const TPOINT* center);
+
+}  // namespace outline

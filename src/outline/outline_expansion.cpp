@@ -1,0 +1,93 @@
+#include "outline/outline_expansion.h"
+
+#include <opencv2/imgproc.hpp>
+
+#include "outline/expansion.h"
+#include "outline/result.h"
+#include "outline/smoothing.h"
+
+namespace outline {
+namespace {
+
+// 255 for shape, 0 for the rest; reads the caller's rows where they are.
+cv::Mat binarise(const kel::imageprocess::Plane& gray, uint8_t threshold) {
+  cv::Mat binary(static_cast<int>(gray.rows), static_cast<int>(gray.row_bytes), CV_8UC1);
+  for (int y = 0; y < binary.rows; ++y) {
+    const uint8_t* from = gray.row(y);
+    uint8_t* to = binary.ptr(y);
+    for (int x = 0; x < binary.cols; ++x) to[x] = from[x] > threshold ? 255 : 0;
+  }
+  return binary;
+}
+
+// All contours of the list, whatever their level, in one call.
+void stroke_each(cv::Mat& image, const Contours& contours, uint16_t expand_size) {
+  cv::drawContours(image, contours, -1, cv::Scalar(kExpansionValue), 2 * expand_size, 0);
+}
+
+// Maximum level 1 with all contours means the top level only: holes are filled, too.
+void fill_all(cv::Mat& image, const Contours& contours, const Hierarchy& hierarchy) {
+  cv::drawContours(image, contours, -1, cv::Scalar(kExpansionValue), cv::FILLED, 0, hierarchy, 1);
+}
+
+}  // namespace
+
+void switch_mode_draw(cv::Mat& image, Contours& contours, const Hierarchy& hierarchy,
+                      const MKOutlineMode* mode) {
+  const uint16_t expand_size = mode->expand_size;
+  const auto hulls = {MK_OMODE_HULL_FILL_STROKE, MK_OMODE_HULL_POLAR, MK_OMODE_HULL_VECTOR};
+  if (std::find(hulls.begin(), hulls.end(), mode->mode) != hulls.end()) use_convexHull(contours);
+  switch (mode->mode) {
+    case MK_OMODE_STROKE:
+      stroke_each(image, contours, expand_size);
+      break;
+    case MK_OMODE_FILL_STROKE:
+    case MK_OMODE_HULL_FILL_STROKE:
+      fill_all(image, contours, hierarchy);
+      stroke_each(image, contours, expand_size);
+      break;
+    case MK_OMODE_POLAR:
+    case MK_OMODE_HULL_POLAR:
+      expansion_contours_polar(contours, expand_size, image, hierarchy, nullptr);
+      break;
+    case MK_OMODE_POLAR_CENTER:
+      expansion_contours_polar(contours, expand_size, image, hierarchy, mode->center);
+      break;
+    case MK_OMODE_VECTOR:
+    case MK_OMODE_HULL_VECTOR:
+      expansion_contours_vector(contours, expand_size, image, hierarchy, nullptr);
+      break;
+    case MK_OMODE_VECTOR_CENTER:
+      expansion_contours_vector(contours, expand_size, image, hierarchy, mode->center);
+      break;
+    default:
+      break;
+  }
+  if (mode->smooth_level >= 1 && mode->smooth_level <= 5) {
+    make_contour_mean_fast(image, mode->smooth_level);
+  }
+}
+
+uint32_t outline_expansion(const kel::imageprocess::Plane& gray, const MKOutlineMode* mode,
+                           MKGetOutline* result) {
+  cv::Mat shapes = binarise(gray, mode->threshold);
+  Contours contours;
+  Hierarchy hierarchy;
+  // Simple runs here, whatever the caller wants returned: the expansions see these points.
+  cv::findContours(shapes, contours, hierarchy, cv::RETR_TREE, cv::CHAIN_APPROX_SIMPLE);
+  if (contours.empty()) {
+    result->contour_count = 0;
+    return MVK_NOT_FOUND;
+  }
+  snap_to_edges(contours, shapes.size());
+  switch_mode_draw(shapes, contours, hierarchy, mode);
+  return get_contours_outline(shapes, result, mode);
+}
+
+uint32_t outline_expansion(KelPixelRegion image, const MKOutlineMode* mode, MKGetOutline* result) {
+  return outline_expansion(
+      kel::imageprocess::Plane(image.plane[0], image.width, image.height, image.width), mode,
+      result);
+}
+
+}  // namespace outline

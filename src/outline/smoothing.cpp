@@ -1,0 +1,38 @@
+#include "outline/smoothing.h"
+
+#include <opencv2/imgproc.hpp>
+
+#include "core/saturate.h"
+#include "outline/contours.h"
+#include "outline/fill_contours.h"
+
+namespace outline {
+namespace {
+
+constexpr uint8_t kSmoothingValue = 100;
+
+// The contour is a row of points to the filter, reflected at its ends although it is closed.
+void smooth_contour(Contour& contour, double share) {
+  const uint32_t length = kel::saturate_to_uint32(cv::arcLength(contour, true) * share);
+  if (length < 2) return;
+  const int window = static_cast<int>(length | 1);
+  Contour smooth;
+  cv::blur(contour, smooth, cv::Size(window, 1), cv::Point(-1, -1), cv::BORDER_REFLECT_101);
+  contour.swap(smooth);
+}
+
+}  // namespace
+
+void make_contour_mean_fast(cv::Mat& image, MKOSmoothLevel level) {
+  Contours contours;
+  Hierarchy hierarchy;
+  cv::findContours(image, contours, hierarchy, cv::RETR_TREE, cv::CHAIN_APPROX_NONE);
+  if (contours.empty()) return;
+  std::set<int32_t> main;
+  get_max_hierarchy_index(main, contours, hierarchy);
+  const float share = static_cast<float>(level) * 0.01F;
+  for (const int32_t i : main) smooth_contour(contours[static_cast<size_t>(i)], share);
+  fill_contours(image, contours, kSmoothingValue);
+}
+
+}  // namespace outline
