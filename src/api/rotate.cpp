@@ -1,0 +1,18 @@
+#include <limits>
+
+#include "api/check.h"
+#include "core/imgproc.h"
+
+uint32_t mvk_rotate(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src, int32_t angle) {
+  using namespace mvk::api;
+  if (const uint32_t code = check_pair(dst, src, kMovableFormats); code != MVK_OK) return code;
+  if (dst->format != src->format) return MVK_BAD_ARGUMENT;
+  if (angle != 0 && angle != 90 && angle != 180 && angle != 270) return MVK_BAD_ARGUMENT;
+  KelPixelRegion to = *dst;
+  const KelPixelRegion from = *src;
+  constexpr float kNoCentre = std::numeric_limits<float>::quiet_NaN();
+  kel::imgproc::rotate(to, from, angle, {kNoCentre, kNoCentre},
+                       kel::imageprocess::InterpolationMethod::kNearest, cv::BORDER_REPLICATE,
+                       {{0, 0, 0, 0}}, 0.0);
+  return MVK_OK;
+}

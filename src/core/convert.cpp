@@ -1,0 +1,108 @@
+// Conversions to and from gray, as rows of a table; the other pairs are libyuv's.
+#include "core/convert.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "core/gray_rows.h"
+
+namespace kel::imageprocess {
+namespace {
+
+constexpr int kNeutralChroma = 128;
+
+template <uint32_t Code>
+void colour_to_gray(const KelPixelRegion& dst, const KelPixelRegion& src) {
+  PixelRegion_<QX_FMT_GRAY> gray(dst);
+  const PixelRegion_<Code> colour(src);
+  for (int64_t y = 0; y < gray.plane.rows; ++y) {
+    gray_from_colour_row(gray.plane.row(y), colour.plane.row(y), gray.plane.row_bytes,
+                         colour.kBytesPerPixel);
+  }
+}
+
+template <uint32_t Code>
+void gray_to_colour(const KelPixelRegion& dst, const KelPixelRegion& src) {
+  PixelRegion_<Code> colour(dst);
+  const PixelRegion_<QX_FMT_GRAY> gray(src);
+  for (int64_t y = 0; y < colour.plane.rows; ++y) {
+    colour_from_gray_row(colour.plane.row(y), gray.plane.row(y), int64_t{colour.width},
+                         colour.kBytesPerPixel);
+  }
+}
+
+// As many rows and bytes as dst has.
+void copy_rows(Plane& dst, const Plane& src) {
+  if (dst.row_bytes < 1) return;
+  for (int64_t y = 0; y < dst.rows; ++y) {
+    std::memcpy(dst.row(y), src.row(y), static_cast<size_t>(dst.row_bytes));
+  }
+}
+
+void luminance_to_gray(const KelPixelRegion& dst, const KelPixelRegion& src) {
+  PixelRegion_<QX_FMT_GRAY> gray(dst);
+  const PixelRegion_<QX_FMT_GRAY> luminance(src);
+  copy_rows(gray.plane, luminance.plane);
+}
+
+// Sets row_bytes chroma bytes of each row from first_byte on. A row whose fill passes its pitch
+// sets the first byte of the next one; nothing behind the plane is written.
+void gray_to_nv(const KelPixelRegion& dst, const KelPixelRegion& src, int64_t first_byte) {
+  PixelRegion2P422_Impl nv(dst);
+  for (int64_t y = 0; y < nv.chroma.rows; ++y) {
+    const int64_t plane_left = nv.chroma.size - y * nv.chroma.pitch - first_byte;
+    const int64_t count = std::min(nv.chroma.row_bytes, plane_left);
+    if (count > 0) {
+      std::memset(nv.chroma.row(y) + first_byte, kNeutralChroma, static_cast<size_t>(count));
+    }
+  }
+  const PixelRegion_<QX_FMT_GRAY> gray(src);
+  copy_rows(nv.y, gray.plane);
+}
+
+// The fill starts at the second byte of a row, for NV12 only: its results are fixed that way.
+void gray_to_nv12(const KelPixelRegion& dst, const KelPixelRegion& src) { gray_to_nv(dst, src, 1); }
+void gray_to_nv21(const KelPixelRegion& dst, const KelPixelRegion& src) { gray_to_nv(dst, src, 0); }
+
+struct GrayConversion {
+  uint32_t dst;
+  uint32_t src;
+  void (*convert)(const KelPixelRegion& dst, const KelPixelRegion& src);
+};
+
+constexpr GrayConversion kGrayConversions[]{
+    {QX_FMT_GRAY, QX_FMT_RGB24, colour_to_gray<QX_FMT_RGB24>},
+    {QX_FMT_GRAY, QX_FMT_ARGB, colour_to_gray<QX_FMT_ARGB>},
+    {QX_FMT_GRAY, QX_FMT_NV12, luminance_to_gray},
+    {QX_FMT_GRAY, QX_FMT_NV21, luminance_to_gray},
+    {QX_FMT_RGB24, QX_FMT_GRAY, gray_to_colour<QX_FMT_RGB24>},
+    {QX_FMT_ARGB, QX_FMT_GRAY, gray_to_colour<QX_FMT_ARGB>},
+    {QX_FMT_NV12, QX_FMT_GRAY, gray_to_nv12},
+    {QX_FMT_NV21, QX_FMT_GRAY, gray_to_nv21},
+};
+
+void convert_gray(const KelPixelRegion& dst, const KelPixelRegion& src) {
+  for (const GrayConversion& conversion : kGrayConversions) {
+    if (conversion.dst == dst.format && conversion.src == src.format) {
+      return conversion.convert(dst, src);
+    }
+  }
+}
+
+}  // namespace
+
+void convert_pixel_format(KelPixelRegion& dst, const KelPixelRegion& src) {
+  if (dst.format == src.format) return copy(dst, src);
+  if (dst.format == QX_FMT_GRAY || src.format == QX_FMT_GRAY) return convert_gray(dst, src);
+  QX_OFFSCREEN to = dst;
+  QX_OFFSCREEN from = src;
+  kel::libyuv::convert_pixel_format(&to, &from);
+}
+
+template <>
+void convert_pixel_format<QX_FMT_NV21, QX_FMT_GRAY>(PixelRegion_<QX_FMT_GRAY>& dst,
+                                                    const PixelRegion_<QX_FMT_NV21>& src) {
+  copy_rows(dst.plane, src.y);
+}
+
+}  // namespace kel::imageprocess

@@ -1,0 +1,46 @@
+// Resampling of whole regions by OpenCV: scaling, rotation by any angle, affine warps. Planes are
+// wrapped where they lie. What OpenCV would refuse, or could not do without leaving the planes, is
+// left alone: no function here throws for the images and numbers that it is given.
+#pragma once
+
+#include <cstdint>
+#include <opencv2/core/mat.hpp>
+
+#include "core/geometry_types.h"
+#include "core/pixel_region.h"
+
+namespace kel::imageprocess {
+
+// OpenCV's codes.
+enum class InterpolationMethod : uint32_t { kNearest = 0, kLinear = 1, kCubic = 2, kArea = 3 };
+
+}  // namespace kel::imageprocess
+
+namespace kel::imgproc {
+
+// Scales src to the size of dst. Values of method that have no name mean kNearest.
+void resize(KelPixelRegion& dst, const KelPixelRegion& src,
+            kel::imageprocess::InterpolationMethod method);
+
+// The mean ratio of dst's sides to those of src turned by angle degrees: of the sides themselves,
+// not of the bounding box.
+double get_resize_scale(const Size_<int>& dst_size, const Size_<int>& src_size, double angle);
+
+// The 2 x 3 matrix that turns an image of src_size by angle degrees anticlockwise about centre,
+// scales it, and moves its bounding box to the origin. Scale 0 makes the bounding box fit dst_size.
+// The matrix is all NaN when the turned corners are not finite or too far away for whole pixels.
+cv::Mat get_affine_transform(const Size_<int>& dst_size, const Size_<int>& src_size,
+                             const Point2D_<float>& centre, double angle, double scale);
+
+// Turns src clockwise by angle degrees into dst; right angles at scale 1 move pixels unchanged,
+// all others are resampled. Scale 0 takes get_resize_scale(). border_mode is OpenCV's code.
+void rotate(KelPixelRegion& dst, const KelPixelRegion& src, double angle, Point2D_<float> centre,
+            kel::imageprocess::InterpolationMethod method, int border_mode,
+            Scalar_<float> border_value, double scale);
+
+// cv::warpAffine of every plane by a 2 x 3 matrix of doubles; of the chroma plane by the matrix
+// with half its translation. Matrices that are not finite and sides of 32767 or more write nothing.
+void warpAffine(KelPixelRegion& dst, const KelPixelRegion& src, const cv::Mat& matrix, int flags,
+                int border_mode, Scalar_<float> border_value);
+
+}  // namespace kel::imgproc

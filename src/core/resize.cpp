@@ -1,0 +1,99 @@
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <opencv2/imgproc.hpp>
+
+#include "core/imgproc.h"
+#include "core/mat_view.h"
+
+namespace kel::imgproc {
+namespace {
+
+using kel::imageprocess::InterpolationMethod;
+
+int opencv_method(InterpolationMethod method) {
+  switch (method) {
+    case InterpolationMethod::kLinear:
+      return cv::INTER_LINEAR;
+    case InterpolationMethod::kCubic:
+      return cv::INTER_CUBIC;
+    case InterpolationMethod::kArea:
+      return cv::INTER_AREA;
+    default:
+      return cv::INTER_NEAREST;
+  }
+}
+
+// OpenCV keeps offsets within a row, and for the area method within a block of rows, in int.
+bool is_too_large(const cv::Mat& dst, const cv::Mat& src, int method) {
+  constexpr int64_t kMaxSide = std::numeric_limits<int>::max() / 16;
+  for (const cv::Mat* plane : {&dst, &src}) {
+    if (int64_t{plane->cols} * plane->channels() > kMaxSide || plane->rows > kMaxSide) return true;
+  }
+  if (method != cv::INTER_AREA) return false;
+  const int64_t block_rows = (int64_t{src.rows} + dst.rows - 1) / dst.rows;
+  return block_rows > std::numeric_limits<int>::max() / static_cast<int64_t>(src.step[0]);
+}
+
+// cv::resize with INTER_NEAREST for pairs of bytes, without its read of the two bytes in front of
+// the plane: dst(x) = src(min(floor(x / scale), last)), in this order of operations.
+void resize_pairs_to_nearest(cv::Mat& dst, const cv::Mat& src) {
+  const double step_x = 1.0 / (static_cast<double>(dst.cols) / src.cols);
+  const double step_y = 1.0 / (static_cast<double>(dst.rows) / src.rows);
+  constexpr int kChunk = 512;
+  std::array<uint32_t, kChunk> offsets;  // of the columns of one chunk
+  for (int left = 0; left < dst.cols; left += kChunk) {
+    const int count = std::min(kChunk, dst.cols - left);
+    for (int x = 0; x < count; ++x) {
+      const double from = std::min(std::floor((left + x) * step_x), src.cols - 1.0);
+      offsets[static_cast<size_t>(x)] = 2 * static_cast<uint32_t>(from);
+    }
+    for (int y = 0; y < dst.rows; ++y) {
+      const double from = std::min(std::floor(y * step_y), src.rows - 1.0);
+      const uint8_t* in = src.ptr(static_cast<int>(from));
+      uint8_t* out = dst.ptr(y) + ptrdiff_t{2} * left;
+      for (int x = 0; x < count; ++x) {
+        std::memcpy(out + ptrdiff_t{2} * x, in + offsets[static_cast<size_t>(x)], 2);
+      }
+    }
+  }
+}
+
+void resize_plane(cv::Mat dst, const cv::Mat& src, int method) {
+  if (dst.empty() || src.empty() || is_too_large(dst, src, method)) return;
+  if (method == cv::INTER_NEAREST && src.elemSize() == 2) {
+    resize_pairs_to_nearest(dst, src);
+  } else {
+    cv::resize(src, dst, dst.size(), 0, 0, method);
+  }
+}
+
+cv::Mat first_plane(const KelPixelRegion& region, int type) {
+  return plane_mat(region.plane[0], region.width, region.height, region.pitch[0], type);
+}
+
+cv::Mat chroma_plane(const KelPixelRegion& region) {
+  return plane_mat(region.plane[1], region.width / 2, region.height / 2, region.pitch[1], CV_8UC2);
+}
+
+// Codes without a type of their own count as one byte per pixel, ABGR too.
+int plane_type(uint32_t format) {
+  if (format == QX_FMT_RGB24) return CV_8UC3;
+  if (format == QX_FMT_ARGB) return CV_8UC4;
+  return CV_8UC1;
+}
+
+}  // namespace
+
+void resize(KelPixelRegion& dst, const KelPixelRegion& src, InterpolationMethod method) {
+  const int interpolation = opencv_method(method);
+  const int type = plane_type(src.format);
+  resize_plane(first_plane(dst, type), first_plane(src, type), interpolation);
+  if (kel::imageprocess::is_two_plane(src.format)) {
+    resize_plane(chroma_plane(dst), chroma_plane(src), interpolation);
+  }
+}
+
+}  // namespace kel::imgproc

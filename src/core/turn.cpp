@@ -1,0 +1,51 @@
+#include "core/turn.h"
+
+#include <cstring>
+
+namespace kel::imageprocess {
+namespace {
+
+template <size_t Bytes>
+void transpose_elements(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src,
+                        ptrdiff_t src_stride, int64_t width, int64_t height) {
+  for (int64_t x = 0; x < width; ++x) {
+    for (int64_t y = 0; y < height; ++y) {
+      std::memcpy(dst + x * dst_stride + y * static_cast<int64_t>(Bytes),
+                  src + y * src_stride + x * static_cast<int64_t>(Bytes), Bytes);
+    }
+  }
+}
+
+template <size_t Bytes>
+void reverse_elements(uint8_t* dst, const uint8_t* src, int64_t count) {
+  for (int64_t x = 0; x < count; ++x) {
+    std::memcpy(dst + x * static_cast<int64_t>(Bytes),
+                src + (count - 1 - x) * static_cast<int64_t>(Bytes), Bytes);
+  }
+}
+
+}  // namespace
+
+void transpose_plain(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrdiff_t src_stride,
+                     int64_t width, int64_t height, int element_bytes) {
+  constexpr decltype(&transpose_elements<1>) kBySize[]{
+      transpose_elements<1>, transpose_elements<2>, transpose_elements<3>, transpose_elements<4>};
+  kBySize[element_bytes - 1](dst, dst_stride, src, src_stride, width, height);
+}
+
+void reverse_row_plain(uint8_t* dst, const uint8_t* src, int64_t count, int element_bytes) {
+  constexpr decltype(&reverse_elements<1>) kBySize[]{reverse_elements<1>, reverse_elements<2>,
+                                                     reverse_elements<3>, reverse_elements<4>};
+  kBySize[element_bytes - 1](dst, src, count);
+}
+
+void transpose(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrdiff_t src_stride,
+               int64_t width, int64_t height, int element_bytes) {
+  transpose_plain(dst, dst_stride, src, src_stride, width, height, element_bytes);
+}
+
+void reverse_row(uint8_t* dst, const uint8_t* src, int64_t count, int element_bytes) {
+  reverse_row_plain(dst, src, count, element_bytes);
+}
+
+}  // namespace kel::imageprocess
