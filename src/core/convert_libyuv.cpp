@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <memory>
 
 #include "core/convert.h"
@@ -114,13 +115,14 @@ void convert_by_tiles(Call call, const QX_OFFSCREEN& dst, const QX_OFFSCREEN& sr
 }  // namespace
 
 bool convert_pixel_format(QX_OFFSCREEN* dst, QX_OFFSCREEN* src) {
-  for (const Conversion& conversion : kConversions) {
-    if (conversion.dst != dst->format || conversion.src != src->format) continue;
-    const QX_OFFSCREEN& sized = conversion.takes_source_size ? *src : *dst;
-    convert_by_tiles(conversion.call, *dst, *src, sized.width, sized.height);
-    return true;
-  }
-  return false;
+  const auto* conversion = std::find_if(
+      std::begin(kConversions), std::end(kConversions), [&](const Conversion& candidate) {
+        return candidate.dst == dst->format && candidate.src == src->format;
+      });
+  if (conversion == std::end(kConversions)) return false;
+  const QX_OFFSCREEN& sized = conversion->takes_source_size ? *src : *dst;
+  convert_by_tiles(conversion->call, *dst, *src, sized.width, sized.height);
+  return true;
 }
 
 }  // namespace kel::libyuv

@@ -32,8 +32,7 @@ float side_length(cv::Point2f from, cv::Point2f to) {
 }
 
 double scale_of_turned_rectangle(const Size_<int>& dst, const Size_<int>& src, double angle) {
-  const cv::Point2f centre(static_cast<float>((src.width - 1) / 2),
-                           static_cast<float>((src.height - 1) / 2));
+  const cv::Point2f centre(cv::Point((src.width - 1) / 2, (src.height - 1) / 2));
   const cv::Size2f size(static_cast<float>(src.width), static_cast<float>(src.height));
   std::array<cv::Point2f, 4> p;
   cv::RotatedRect(centre, size, static_cast<float>(angle)).points(p.data());
