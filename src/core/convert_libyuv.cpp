@@ -17,6 +17,8 @@ constexpr int kTileColumns = 1 << 14;
 constexpr int kTileBytes = 1 << 22;
 // For the formats that are converted by way of ARGB; two rows of the widest tile fit.
 constexpr int kScratchBytes = 1 << 17;
+// Stays in the caches.
+constexpr int kChromaScratchBytes = 1 << 15;
 
 using Call = void (*)(const QX_OFFSCREEN& dst, const QX_OFFSCREEN& src, int width, int height);
 
@@ -28,12 +30,6 @@ void packed_to_packed(const QX_OFFSCREEN& dst, const QX_OFFSCREEN& src, int widt
 template <auto Function>
 void nv_to_packed(const QX_OFFSCREEN& dst, const QX_OFFSCREEN& src, int width, int height) {
   Function(src.plane[0], src.pitch[0], src.plane[1], src.pitch[1], dst.plane[0], dst.pitch[0],
-           width, height);
-}
-
-template <auto Function>
-void packed_to_nv(const QX_OFFSCREEN& dst, const QX_OFFSCREEN& src, int width, int height) {
-  Function(src.plane[0], src.pitch[0], dst.plane[0], dst.pitch[0], dst.plane[1], dst.pitch[1],
            width, height);
 }
 
@@ -54,8 +50,30 @@ QX_OFFSCREEN image_from(const QX_OFFSCREEN& image, int x, int y) {
   return rest;
 }
 
+// libyuv's own conversions to NV12 and NV21 crash when they get no memory for a row of chroma. They
+// compute as the planar conversions do, which need none: a few rows at a time go through those.
+template <auto ToPlanar, bool kVFirst>
+void packed_to_nv(const QX_OFFSCREEN& dst, const QX_OFFSCREEN& src, int width, int height) {
+  const int pairs = (width + 1) / 2;
+  const int chroma_rows = std::max(kChromaScratchBytes / (2 * pairs), 1);
+  const ptrdiff_t plane_bytes = ptrdiff_t{pairs} * chroma_rows;
+  const auto scratch =
+      std::make_unique_for_overwrite<uint8_t[]>(2 * static_cast<size_t>(plane_bytes));
+  uint8_t* const u = scratch.get() + (kVFirst ? plane_bytes : 0);
+  uint8_t* const v = scratch.get() + (kVFirst ? 0 : plane_bytes);
+  for (int y = 0; y < height; y += 2 * chroma_rows) {
+    const int rows = std::min(2 * chroma_rows, height - y);
+    const QX_OFFSCREEN from = image_from(src, 0, y);
+    const QX_OFFSCREEN to = image_from(dst, 0, y);
+    ToPlanar(from.plane[0], from.pitch[0], to.plane[0], to.pitch[0], u, pairs, v, pairs, width,
+             rows);
+    ::libyuv::MergeUVPlane(scratch.get(), pairs, scratch.get() + plane_bytes, pairs, to.plane[1],
+                           to.pitch[1], pairs, (rows + 1) / 2);
+  }
+}
+
 // libyuv has no RGB24 to NV12 or NV21: a few rows at a time go through ARGB.
-template <auto Function>
+template <bool kVFirst>
 void rgb24_to_nv(const QX_OFFSCREEN& dst, const QX_OFFSCREEN& src, int width, int height) {
   const int pitch = 4 * width;
   const int rows = std::min(height, kScratchBytes / pitch & ~1);
@@ -65,7 +83,7 @@ void rgb24_to_nv(const QX_OFFSCREEN& dst, const QX_OFFSCREEN& src, int width, in
   for (int y = 0; y < height; y += rows) {
     const int count = std::min(rows, height - y);
     packed_to_packed<::libyuv::RGB24ToARGB>(argb, image_from(src, 0, y), width, count);
-    packed_to_nv<Function>(image_from(dst, 0, y), argb, width, count);
+    packed_to_nv<::libyuv::ARGBToI420, kVFirst>(image_from(dst, 0, y), argb, width, count);
   }
 }
 
@@ -88,13 +106,13 @@ constexpr Conversion kConversions[]{
     {QX_FMT_ARGB, QX_FMT_NV21, false, nv_to_packed<::libyuv::NV21ToARGB>},
     {QX_FMT_ABGR, QX_FMT_NV12, false, nv_to_packed<::libyuv::NV12ToABGR>},
     {QX_FMT_ABGR, QX_FMT_NV21, false, nv_to_packed<::libyuv::NV21ToABGR>},
-    {QX_FMT_NV12, QX_FMT_RGB24, false, rgb24_to_nv<::libyuv::ARGBToNV12>},
-    {QX_FMT_NV12, QX_FMT_ARGB, false, packed_to_nv<::libyuv::ARGBToNV12>},
-    {QX_FMT_NV12, QX_FMT_ABGR, false, packed_to_nv<::libyuv::ABGRToNV12>},
+    {QX_FMT_NV12, QX_FMT_RGB24, false, rgb24_to_nv<false>},
+    {QX_FMT_NV12, QX_FMT_ARGB, false, packed_to_nv<::libyuv::ARGBToI420, false>},
+    {QX_FMT_NV12, QX_FMT_ABGR, false, packed_to_nv<::libyuv::ABGRToI420, false>},
     {QX_FMT_NV12, QX_FMT_NV21, false, swap_chroma},
-    {QX_FMT_NV21, QX_FMT_RGB24, false, rgb24_to_nv<::libyuv::ARGBToNV21>},
-    {QX_FMT_NV21, QX_FMT_ARGB, false, packed_to_nv<::libyuv::ARGBToNV21>},
-    {QX_FMT_NV21, QX_FMT_ABGR, false, packed_to_nv<::libyuv::ABGRToNV21>},
+    {QX_FMT_NV21, QX_FMT_RGB24, false, rgb24_to_nv<true>},
+    {QX_FMT_NV21, QX_FMT_ARGB, false, packed_to_nv<::libyuv::ARGBToI420, true>},
+    {QX_FMT_NV21, QX_FMT_ABGR, false, packed_to_nv<::libyuv::ABGRToI420, true>},
     {QX_FMT_NV21, QX_FMT_NV12, false, swap_chroma},
 };
 
