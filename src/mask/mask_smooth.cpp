@@ -6,6 +6,7 @@
 #include "core/saturate.h"
 #include "mask/caller_mat.h"
 #include "mask/make_edge_add.h"
+#include "mask/mk_blur.h"
 
 namespace kel::mask {
 namespace {
@@ -22,7 +23,7 @@ int32_t working_scale(uint32_t limit, int32_t larger_side) {
 void smooth_at_full_size(const cv::Mat& mask, cv::Mat& dst) {
   cv::Mat enlarged;
   cv::resize(mask, enlarged, dst.size(), 0.0, 0.0, cv::INTER_LINEAR);
-  cv::medianBlur(enlarged, dst, kFullSizeMedian);
+  median(enlarged, dst, kFullSizeMedian);
 }
 
 void snap_to_guide(cv::Mat& mask, const cv::Mat& guide) {
@@ -61,9 +62,9 @@ uint32_t use_opencv(const KelPixelRegion& dst, const KelPixelRegion& mask, uint3
   cv::resize(binary, work, working, 0.0, 0.0, cv::INTER_LINEAR);
   cv::threshold(work, work, kSure, 255.0, cv::THRESH_BINARY);
   if (mode == 1) snap_to_guide(work, packed_mat(guide, CV_8UC3));
-  cv::Mat median;
-  cv::medianBlur(work, median, static_cast<int>(ksize));
-  cv::resize(median, smooth, smooth.size(), 0.0, 0.0, cv::INTER_LINEAR);
+  cv::Mat rounded(working, CV_8UC1);
+  median(work, rounded, static_cast<int>(ksize));
+  cv::resize(rounded, smooth, smooth.size(), 0.0, 0.0, cv::INTER_LINEAR);
   return MVK_OK;
 }
 

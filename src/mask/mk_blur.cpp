@@ -3,8 +3,14 @@
 #include <opencv2/imgproc.hpp>
 
 #include "mask/caller_mat.h"
+#include "mask/median_by_counts.h"
 
 namespace kel::mask {
+
+void median(const cv::Mat& in, cv::Mat& out, int32_t ksize) {
+  if (can_count_median(in, ksize)) return median_by_counts(in, out, ksize);
+  cv::medianBlur(in, out, ksize);
+}
 
 uint32_t mk_blur(const KelPixelRegion& src, const KelPixelRegion& dst, uint32_t ksize, MKBlur type,
                  uint32_t param1, uint32_t param2) {
@@ -13,19 +19,19 @@ uint32_t mk_blur(const KelPixelRegion& src, const KelPixelRegion& dst, uint32_t 
   if (type > MKBlur::Bilateral || dst.format != src.format) return MVK_BAD_ARGUMENT;
   if (!fits_opencv(src.width, src.height)) return MVK_OK;
   const int pixel = src.format == QX_FMT_GRAY ? CV_8UC1 : CV_8UC3;
-  use_blur(source_mat(src, dst, pixel), packed_mat(dst, pixel), static_cast<int32_t>(ksize), type,
-           param1, param2);
+  cv::Mat out = packed_mat(dst, pixel);
+  use_blur(source_mat(src, dst, pixel), out, static_cast<int32_t>(ksize), type, param1, param2);
   return MVK_OK;
 }
 
-void use_blur(cv::InputArray in, cv::OutputArray out, int32_t ksize, MKBlur type, uint32_t param1,
+void use_blur(const cv::Mat& in, cv::Mat& out, int32_t ksize, MKBlur type, uint32_t param1,
               uint32_t param2) {
   constexpr int kMirrored = cv::BORDER_REFLECT_101;
   switch (type) {
     case MKBlur::Mean:
       return cv::blur(in, out, cv::Size(ksize, ksize), cv::Point(-1, -1), kMirrored);
     case MKBlur::Median:
-      return cv::medianBlur(in, out, ksize);
+      return median(in, out, ksize);
     case MKBlur::Gaussian:
       return cv::GaussianBlur(in, out, cv::Size(ksize, ksize), param1, param2, kMirrored);
     case MKBlur::Bilateral:

@@ -13,7 +13,10 @@ uint32_t mk_blur(const KelPixelRegion& src, const KelPixelRegion& dst, uint32_t 
                  uint32_t param1, uint32_t param2);
 
 // One of the four filters on matrices that do not overlap; mirrored borders.
-void use_blur(cv::InputArray in, cv::OutputArray out, int32_t ksize, MKBlur type, uint32_t param1,
+void use_blur(const cv::Mat& in, cv::Mat& out, int32_t ksize, MKBlur type, uint32_t param1,
               uint32_t param2);
+
+// cv::medianBlur between matrices of one size, faster for masks.
+void median(const cv::Mat& in, cv::Mat& out, int32_t ksize);
 
 }  // namespace kel::mask

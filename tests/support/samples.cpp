@@ -10,7 +10,7 @@
 namespace test {
 namespace {
 
-const std::string kFolder = MORVIK_SAMPLES_DIR "/";
+constexpr const char* kFolder = MORVIK_SAMPLES_DIR "/";  // also used before main()
 
 std::vector<uint8_t> read_file(const std::string& name) {
   std::ifstream file(kFolder + name, std::ios::binary);
