@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <cstring>
-#include <opencv2/imgproc.hpp>
 #include <vector>
 
 #undef HWY_TARGET_INCLUDE
@@ -13,12 +11,41 @@
 // After foreach_target.h
 #include <hwy/highway.h>
 
+#ifndef MORVIK_MASK_MEDIAN_BY_COUNTS
+#define MORVIK_MASK_MEDIAN_BY_COUNTS
+namespace kel::mask {
+
+// kFrom[digit]: what a pixel with that digit adds to sixteen cumulative counts.
+// clang-format off
+inline constexpr uint8_t kFrom[16][16] = {
+    {1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1},
+    {0, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1},
+    {0, 0, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1},
+    {0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1},
+    {0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1},
+    {0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1},
+    {0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1},
+    {0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1, 1},
+    {0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1},
+    {0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1},
+    {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1},
+    {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1},
+    {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1},
+    {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1},
+    {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 1},
+    {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1},
+};
+// clang-format on
+
+}  // namespace kel::mask
+#endif
+
 HWY_BEFORE_NAMESPACE();
 namespace kel::mask::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 using Bytes = hn::CappedTag<uint8_t, 64>;
-using Words = hn::Repartition<uint16_t, Bytes>;
+using Words = hn::CappedTag<uint16_t, 32>;
 using HalfBytes = hn::Rebind<uint8_t, Words>;
 
 // Sums over 1, 2, 4 ... pixels; those of the binary digits of ksize, side by side, make the window.
@@ -83,6 +110,127 @@ void decide_row(const RowDecision& row) {
   }
 }
 
+using Counts = hn::CappedTag<uint16_t, 16>;
+using Column = hn::CappedTag<uint8_t, 16>;
+
+// Counts one pixel in (Sign 1) or out of a column.
+template <int Sign>
+HWY_INLINE void count_pixel(const ColumnHistograms& all, int64_t column, uint8_t value) {
+  const Column d;
+  const auto count = [&d](uint8_t* to, int digit) {
+    for (size_t i = 0; i < 16; i += hn::Lanes(d)) {
+      const auto step = hn::LoadU(d, kFrom[digit] + i);
+      const auto old = hn::LoadU(d, to + i);
+      hn::StoreU(Sign > 0 ? hn::Add(old, step) : hn::Sub(old, step), d, to + i);
+    }
+  };
+  count(all.groups + 16 * column, value >> 4);
+  count(all.values + 16 * ((value >> 4) * int64_t{all.columns} + column), value & 15);
+}
+
+void clear_column(const ColumnHistograms& all, int64_t column) {
+  std::memset(all.groups + 16 * column, 0, 16);
+  for (int64_t group = 0; group < 16; ++group) {
+    std::memset(all.values + 16 * (group * all.columns + column), 0, 16);
+  }
+}
+
+// Brings a column to the window of row y.
+void update_column(const ColumnHistograms& all, int64_t column, int32_t y) {
+  const int32_t rows = all.src->rows;
+  const auto clamp = [](int64_t at, int64_t end) { return at < 0 ? 0 : at < end ? at : end - 1; };
+  const auto pitch = static_cast<int64_t>(all.src->step.p[0]);
+  const uint8_t* pixels = all.src->data + clamp(all.left + column, all.src->cols);
+  const auto pixel = [&](int64_t row) { return pixels[clamp(row, rows) * pitch]; };
+  int32_t& centre = all.centre[column];
+  if (y - centre > all.radius) {
+    clear_column(all, column);
+    for (int32_t i = -all.radius; i <= all.radius; ++i) count_pixel<1>(all, column, pixel(y + i));
+    centre = y;
+  }
+  for (; centre < y; ++centre) {
+    const uint8_t leaving = pixel(centre - all.radius);
+    const uint8_t entering = pixel(centre + all.radius + 1);
+    if (leaving == entering) continue;
+    count_pixel<-1>(all, column, leaving);
+    count_pixel<1>(all, column, entering);
+  }
+}
+
+// Sixteen cumulative counts of a window.
+struct WindowCounts {
+  alignas(32) uint16_t counts[16];
+
+  // Takes consecutive columns in (Sign 1) or out.
+  template <int Sign>
+  HWY_INLINE void take(const uint8_t* columns, int64_t count) {
+    const Counts d;
+    const hn::Rebind<uint8_t, Counts> bytes;
+    for (size_t i = 0; i < 16; i += hn::Lanes(d)) {
+      auto sum = hn::Load(d, counts + i);
+      for (int64_t x = 0; x < count; ++x) {
+        const auto column = hn::PromoteTo(d, hn::LoadU(bytes, columns + 16 * x + i));
+        sum = Sign > 0 ? hn::Add(sum, column) : hn::Sub(sum, column);
+      }
+      hn::Store(sum, d, counts + i);
+    }
+  }
+
+  HWY_INLINE void clear() {
+    const Counts d;
+    for (size_t i = 0; i < 16; i += hn::Lanes(d)) hn::Store(hn::Zero(d), d, counts + i);
+  }
+
+  // The first of the sixteen whose count is above rank, which is narrowed to a rank within it.
+  HWY_INLINE int32_t find(int32_t& rank) const {
+    const Counts d;
+    const auto limit = hn::Set(d, static_cast<uint16_t>(rank));
+    size_t found = 0;
+    for (size_t i = 0; i < 16; i += hn::Lanes(d)) {
+      const auto count = hn::Load(d, counts + i);
+      found += hn::CountTrue(d, hn::Eq(hn::Min(count, limit), count));
+    }
+    if (found > 0) rank -= counts[found - 1];
+    return static_cast<int32_t>(found);
+  }
+};
+
+// Medians of the open pixels of [first, last] in row y.
+void select_run(const ColumnHistograms& all, const uint8_t* open, int32_t first, int32_t last,
+                int32_t y, uint8_t* result) {
+  const int32_t side = 2 * all.radius + 1;
+  for (int32_t x = first; x < last + side; ++x) {
+    if (all.centre[x] != y) update_column(all, x, y);
+  }
+  WindowCounts groups;
+  WindowCounts values[16];
+  int32_t place[16];  // where the window stands that values[group] counts
+  for (int32_t& x : place) x = -side;
+  groups.clear();
+  groups.take<1>(all.groups + 16 * int64_t{first}, side);
+  for (int32_t x = first; x <= last; ++x) {
+    if (x > first) {
+      groups.take<-1>(all.groups + 16 * (int64_t{x} - 1), 1);
+      groups.take<1>(all.groups + 16 * (int64_t{x} + side - 1), 1);
+    }
+    if (open[x] == 0) continue;
+    int32_t rank = side * side / 2;
+    const int32_t group = groups.find(rank);
+    const uint8_t* columns = all.values + 16 * (group * int64_t{all.columns});
+    WindowCounts& window = values[group];
+    const int32_t moved = x - place[group];
+    if (2 * moved < side) {
+      window.take<-1>(columns + 16 * int64_t{place[group]}, moved);
+      window.take<1>(columns + 16 * (int64_t{place[group]} + side), moved);
+    } else {
+      window.clear();
+      window.take<1>(columns + 16 * int64_t{x}, side);
+    }
+    place[group] = x;
+    result[x] = static_cast<uint8_t>(16 * group + window.find(rank));
+  }
+}
+
 }  // namespace kel::mask::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -92,183 +240,105 @@ namespace {
 
 HWY_EXPORT(count_row);
 HWY_EXPORT(decide_row);
+HWY_EXPORT(select_run);
 
-constexpr int32_t kVector = 64;  // longest vector in bytes
-constexpr int32_t kStrip = 64;   // columns that share a histogram
-constexpr int32_t kChunk = 1024;  // columns counted at a time
+constexpr int32_t kVector = 64;   // longest vector in bytes
+constexpr int32_t kBlock = 1024;  // columns worked on at a time, for the cache
 
-bool is_between(uint8_t value) { return value != 0 && value != 255; }
-
-int64_t count_between(const cv::Mat& image) {
-  int64_t count = 0;
-  for (int32_t y = 0; y < image.rows; ++y) {
+// Whether every pixel is 0 or 255.
+bool is_binary(const cv::Mat& image) {
+  uint8_t between = 0;
+  for (int32_t y = 0; y < image.rows && between == 0; ++y) {
     const uint8_t* row = image.ptr(y);
-    count += std::count_if(row, row + image.cols, is_between);
+    for (int32_t x = 0; x < image.cols; ++x) between |= static_cast<uint8_t>((row[x] + 1) & 0xFE);
   }
-  return count;
+  return between == 0;
 }
-
-// Histogram of the values 1 to 254 in the window about a pixel; border pixels repeat.
-class Walker {
- public:
-  // Goes to (x, y); returns the pixels that were counted on the way.
-  int64_t go(const cv::Mat& src, int32_t radius, int32_t x, int32_t y) {
-    const int32_t side = 2 * radius + 1;
-    const int64_t steps = std::abs(int64_t{x} - x_) + std::abs(int64_t{y} - y_);
-    if (x_ < 0 || 2 * steps > side) {
-      restart(src, radius, x, y);
-      return int64_t{side} * side;
-    }
-    for (; y_ < y; ++y_) {
-      add_row<-1>(src, radius, y_ - radius);
-      add_row<1>(src, radius, y_ + radius + 1);
-    }
-    for (; x_ < x; ++x_) {
-      add_column<-1>(src, radius, x_ - radius);
-      add_column<1>(src, radius, x_ + radius + 1);
-    }
-    for (; x_ > x; --x_) {
-      add_column<-1>(src, radius, x_ + radius);
-      add_column<1>(src, radius, x_ - radius - 1);
-    }
-    return 2 * steps * side;
-  }
-
-  // The value with `rank` values of the histogram below it.
-  uint8_t select(int32_t rank) const {
-    size_t group = 0;
-    while (rank >= groups_[group]) rank -= groups_[group++];
-    size_t value = group * kGroup;
-    while (rank >= counts_[value]) rank -= counts_[value++];
-    return static_cast<uint8_t>(value);
-  }
-
-  int32_t x() const { return x_; }
-
- private:
-  static constexpr size_t kGroup = 16;
-
-  template <int Sign>
-  void add(uint8_t value) {
-    if (!is_between(value)) return;
-    counts_[value] = static_cast<uint16_t>(counts_[value] + Sign);
-    groups_[value / kGroup] = static_cast<uint16_t>(groups_[value / kGroup] + Sign);
-  }
-
-  template <int Sign>
-  void add_row(const cv::Mat& src, int32_t radius, int32_t y) {
-    const uint8_t* row = src.ptr(std::clamp(y, 0, src.rows - 1));
-    const int32_t from = std::max(x_ - radius, 0);
-    const int32_t to = std::min(x_ + radius, src.cols - 1);
-    for (int32_t x = x_ - radius; x < 0; ++x) add<Sign>(row[0]);
-    for (int32_t x = from; x <= to; ++x) add<Sign>(row[x]);
-    for (int32_t x = src.cols; x <= x_ + radius; ++x) add<Sign>(row[src.cols - 1]);
-  }
-
-  template <int Sign>
-  void add_column(const cv::Mat& src, int32_t radius, int32_t x) {
-    const uint8_t* column = src.ptr(0, std::clamp(x, 0, src.cols - 1));
-    const auto pitch = static_cast<ptrdiff_t>(src.step[0]);
-    const int32_t from = std::max(y_ - radius, 0);
-    const int32_t to = std::min(y_ + radius, src.rows - 1);
-    for (int32_t y = y_ - radius; y < 0; ++y) add<Sign>(column[0]);
-    for (int32_t y = from; y <= to; ++y) add<Sign>(column[y * pitch]);
-    for (int32_t y = src.rows; y <= y_ + radius; ++y) add<Sign>(column[(src.rows - 1) * pitch]);
-  }
-
-  void restart(const cv::Mat& src, int32_t radius, int32_t x, int32_t y) {
-    counts_ = {};
-    groups_ = {};
-    x_ = x;
-    y_ = y;
-    for (int32_t row = y - radius; row <= y + radius; ++row) add_row<1>(src, radius, row);
-  }
-
-  std::array<uint16_t, 256> counts_{};
-  std::array<uint16_t, 256 / kGroup> groups_{};
-  int32_t x_ = -1;  // centre of the window, -1 before the first
-  int32_t y_ = 0;
-};
 
 class CountedMedian {
  public:
-  CountedMedian(const cv::Mat& src, cv::Mat& dst, int32_t ksize, bool binary)
-      : src_(src),
-        dst_(dst),
-        ksize_(ksize),
-        radius_(ksize / 2),
-        pitch_(static_cast<size_t>(src.cols) + 2 * kVector),
-        padded_(kChunk + 256 + kVector),
-        scratch_(padded_.size() + 256),
-        full_rows_(pitch_ * static_cast<size_t>(ksize + 1)),
-        zero_rows_(binary ? 0 : full_rows_.size()),
-        full_sums_(pitch_),
-        zero_sums_(binary ? 0 : pitch_),
-        result_(pitch_),
-        open_(pitch_),
-        walkers_(binary ? 0 : static_cast<size_t>((src.cols + kStrip - 1) / kStrip)) {}
+  CountedMedian(const cv::Mat& src, cv::Mat& dst, int32_t ksize)
+      : src_(src), dst_(dst), ksize_(ksize), radius_(ksize / 2), binary_(is_binary(src)) {
+    const auto width = static_cast<size_t>(std::min(src.cols, kBlock));
+    const auto reach = width + static_cast<size_t>(ksize);
+    pitch_ = width + kVector;
+    padded_.resize(reach + kVector);
+    scratch_.resize(reach + 5 * kVector);
+    full_rows_.resize(pitch_ * static_cast<size_t>(ksize + 1));
+    full_sums_.resize(pitch_);
+    result_.resize(pitch_);
+    open_.resize(pitch_);
+    if (binary_) return;
+    zero_rows_.resize(full_rows_.size());
+    zero_sums_.resize(pitch_);
+    centres_.resize(reach);
+    groups_.resize(16 * reach);
+    values_.resize(16 * groups_.size());
+  }
 
-  // Returns the first row that is left to do: walking became dearer than `dearest` pixels a row.
-  int32_t run(int64_t dearest) {
-    for (int32_t y = 0; y <= radius_; ++y) count(y);
-    for (int32_t y = -radius_ - 1; y < radius_; ++y) add_row(std::clamp(y, 0, src_.rows - 1));
-    int64_t spent = 0;
+  // The block of columns that starts at left.
+  void run(int32_t left) {
+    left_ = left;
+    width_ = std::min(kBlock, src_.cols - left);
+    start();
     for (int32_t y = 0; y < src_.rows; ++y) {
       const int32_t entering = std::min(y + radius_, src_.rows - 1);
       if (y > 0 && y + radius_ < src_.rows) count(entering);
       decide(entering, std::max(y - radius_ - 1, 0));
-      if (!walkers_.empty()) {
-        spent += select(y);
-        if (spent > dearest * (y + 1) + dearest * src_.rows / 16) return y;
-      }
-      std::memcpy(dst_.ptr(y), result_.data(), static_cast<size_t>(src_.cols));
+      if (!binary_) select(y);
+      std::memcpy(dst_.ptr(y, left_), result_.data(), static_cast<size_t>(width_));
     }
-    return src_.rows;
   }
 
  private:
+  // As if the windows stood one row above the image.
+  void start() {
+    std::fill(full_sums_.begin(), full_sums_.end(), uint16_t{0});
+    std::fill(zero_sums_.begin(), zero_sums_.end(), uint16_t{0});
+    std::fill(centres_.begin(), centres_.end(), ColumnHistograms::kNever);
+    for (int32_t y = 0; y <= std::min(radius_, src_.rows - 1); ++y) count(y);
+    for (int32_t y = -radius_ - 1; y < radius_; ++y) add_row(std::clamp(y, 0, src_.rows - 1));
+  }
+
   uint8_t* slot(std::vector<uint8_t>& rows, int32_t y) const {
     return rows.data() + pitch_ * static_cast<size_t>(y % (ksize_ + 1));
   }
 
-  // Row y's counts along the row, chunk by chunk.
+  // Row y's counts along the row.
   void count(int32_t y) {
     const uint8_t* row = src_.ptr(y);
-    for (int32_t left = 0; left < src_.cols; left += kChunk) {
-      const int32_t width = std::min(kChunk, src_.cols - left);
-      const int32_t from = std::max(left - radius_, 0);
-      const int32_t to = std::min(left + width + radius_, src_.cols);
-      const auto before = static_cast<size_t>(from - (left - radius_));
-      const auto inside = static_cast<size_t>(to - from);
-      std::memset(padded_.data(), row[0], before);
-      std::memcpy(padded_.data() + before, row + from, inside);
-      std::memset(padded_.data() + before + inside, row[src_.cols - 1],
-                  static_cast<size_t>(width + 2 * radius_) - before - inside);
-      RowCount job{padded_.data(), width, ksize_, 255, scratch_.data(), slot(full_rows_, y) + left};
-      HWY_DYNAMIC_DISPATCH(count_row)(job);
-      if (zero_rows_.empty()) continue;
-      job.value = 0;
-      job.counts = slot(zero_rows_, y) + left;
-      HWY_DYNAMIC_DISPATCH(count_row)(job);
-    }
+    const int32_t from = std::max(left_ - radius_, 0);
+    const int32_t to = std::min(left_ + width_ + radius_, src_.cols);
+    const auto before = static_cast<size_t>(from - (left_ - radius_));
+    const auto inside = static_cast<size_t>(to - from);
+    std::memset(padded_.data(), row[0], before);
+    std::memcpy(padded_.data() + before, row + from, inside);
+    std::memset(padded_.data() + before + inside, row[src_.cols - 1],
+                static_cast<size_t>(width_ + 2 * radius_) - before - inside);
+    RowCount job{padded_.data(), width_, ksize_, 255, scratch_.data(), slot(full_rows_, y)};
+    HWY_DYNAMIC_DISPATCH(count_row)(job);
+    if (binary_) return;
+    job.value = 0;
+    job.counts = slot(zero_rows_, y);
+    HWY_DYNAMIC_DISPATCH(count_row)(job);
   }
 
   void add_row(int32_t y) {
     const auto add = [this](std::vector<uint16_t>& sums, const uint8_t* row) {
-      for (size_t x = 0; x < static_cast<size_t>(src_.cols); ++x) {
+      for (size_t x = 0; x < static_cast<size_t>(width_); ++x) {
         sums[x] = static_cast<uint16_t>(sums[x] + row[x]);
       }
     };
     add(full_sums_, slot(full_rows_, y));
-    if (!zero_rows_.empty()) add(zero_sums_, slot(zero_rows_, y));
+    if (!binary_) add(zero_sums_, slot(zero_rows_, y));
   }
 
   void decide(int32_t entering, int32_t leaving) {
     RowDecision job{};
-    job.width = src_.cols;
+    job.width = width_;
     job.majority = static_cast<uint16_t>(ksize_ * ksize_ / 2 + 1);
     job.fulls = {full_sums_.data(), slot(full_rows_, entering), slot(full_rows_, leaving)};
-    if (!zero_rows_.empty()) {
+    if (!binary_) {
       job.zeros = {zero_sums_.data(), slot(zero_rows_, entering), slot(zero_rows_, leaving)};
     }
     job.result = result_.data();
@@ -276,45 +346,40 @@ class CountedMedian {
     HWY_DYNAMIC_DISPATCH(decide_row)(job);
   }
 
-  // Fills in the open pixels of row y; returns the pixels counted for it.
-  int64_t select(int32_t y) {
-    int64_t spent = 0;
-    for (size_t strip = 0; strip < walkers_.size(); ++strip) {
-      const auto left = static_cast<int32_t>(strip) * kStrip;
-      const int32_t right = std::min(left + kStrip, src_.cols);
-      const uint8_t* begin = open_.data() + left;
-      const uint8_t* end = open_.data() + right;
-      const auto* first = static_cast<const uint8_t*>(
-          std::memchr(begin, 255, static_cast<size_t>(right - left)));
-      if (first == nullptr) continue;
-      const uint8_t* last = end - 1;
-      while (*last == 0) --last;
-      spent += select_between(walkers_[strip], y, static_cast<int32_t>(first - open_.data()),
-                              static_cast<int32_t>(last - open_.data()));
+  // The open pixels of row y, in runs: gaps that are cheaper to slide over belong to them.
+  void select(int32_t y) {
+    const ColumnHistograms all{&src_,           radius_,         width_ + 2 * radius_,
+                               left_ - radius_, centres_.data(), groups_.data(),
+                               values_.data()};
+    int32_t first = find_open(0);
+    while (first < width_) {
+      int32_t last = first;
+      int32_t next = find_open(last + 1);
+      while (next < width_ && next - last <= radius_) {
+        last = next;
+        next = find_open(last + 1);
+      }
+      HWY_DYNAMIC_DISPATCH(select_run)(all, open_.data(), first, last, y, result_.data());
+      first = next;
     }
-    return spent;
   }
 
-  // From the end that is closer to where the walker stands.
-  int64_t select_between(Walker& walker, int32_t y, int32_t first, int32_t last) {
-    constexpr int64_t kSelect = 20;  // a selection costs as much as counting these pixels
-    int64_t spent = 0;
-    const bool backwards = std::abs(walker.x() - last) < std::abs(walker.x() - first);
-    for (int32_t i = 0; i <= last - first; ++i) {
-      const int32_t x = backwards ? last - i : first + i;
-      if (open_[static_cast<size_t>(x)] == 0) continue;
-      spent += kSelect + walker.go(src_, radius_, x, y);
-      const int32_t below = ksize_ * ksize_ / 2 - zero_sums_[static_cast<size_t>(x)];
-      result_[static_cast<size_t>(x)] = walker.select(below);
-    }
-    return spent;
+  // First open pixel from x on, or the block's width.
+  int32_t find_open(int32_t x) const {
+    if (x < width_ && open_[static_cast<size_t>(x)] != 0) return x;
+    const void* found = std::memchr(open_.data() + x, 255, static_cast<size_t>(width_ - x));
+    if (found == nullptr) return width_;
+    return static_cast<int32_t>(static_cast<const uint8_t*>(found) - open_.data());
   }
 
   const cv::Mat& src_;
   cv::Mat& dst_;
   const int32_t ksize_;
   const int32_t radius_;
-  const size_t pitch_;
+  const bool binary_;
+  int32_t left_ = 0;
+  int32_t width_ = 0;
+  size_t pitch_ = 0;
   std::vector<uint8_t> padded_;
   std::vector<uint8_t> scratch_;
   std::vector<uint8_t> full_rows_;  // counts along the row, of the rows that windows hold
@@ -323,37 +388,16 @@ class CountedMedian {
   std::vector<uint16_t> zero_sums_;
   std::vector<uint8_t> result_;
   std::vector<uint8_t> open_;
-  std::vector<Walker> walkers_;
+  std::vector<int32_t> centres_;
+  std::vector<uint8_t> groups_;
+  std::vector<uint8_t> values_;
 };
-
-// Rows [from, end) by the plain call, on the rows that their windows reach.
-void blur_rest(const cv::Mat& src, cv::Mat& dst, int32_t ksize, int32_t from) {
-  const int32_t top = std::max(0, from - ksize / 2);
-  const cv::Mat rest(src.rows - top, src.cols, CV_8UC1, const_cast<uint8_t*>(src.ptr(top)),
-                     src.step[0]);
-  cv::Mat blurred;
-  cv::medianBlur(rest, blurred, ksize);
-  for (int32_t y = from; y < src.rows; ++y) {
-    std::memcpy(dst.ptr(y), blurred.ptr(y - top), static_cast<size_t>(src.cols));
-  }
-}
 
 }  // namespace
 
-bool can_count_median(const cv::Mat& src, int32_t ksize) {
-  constexpr int32_t kSmallest = 7;  // OpenCV sorts below
-  return src.type() == CV_8UC1 && ksize >= kSmallest && ksize < 200 &&
-         src.rows >= 2 * ksize + 16 && src.cols >= kVector;
-}
-
 void median_by_counts(const cv::Mat& src, cv::Mat& dst, int32_t ksize) {
-  // What OpenCV takes for a pixel, in pixels that a histogram could count meanwhile.
-  constexpr int64_t kCallPerPixel = 24;
-  const int64_t between = count_between(src);
-  const auto pixels = static_cast<int64_t>(src.total());
-  if (between > pixels / 2) return cv::medianBlur(src, dst, ksize);
-  const int32_t done = CountedMedian(src, dst, ksize, between == 0).run(kCallPerPixel * src.cols);
-  if (done < src.rows) blur_rest(src, dst, ksize, done);
+  CountedMedian median(src, dst, ksize);
+  for (int32_t left = 0; left < src.cols; left += kBlock) median.run(left);
 }
 
 }  // namespace kel::mask

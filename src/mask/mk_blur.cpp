@@ -8,7 +8,8 @@
 namespace kel::mask {
 
 void median(const cv::Mat& in, cv::Mat& out, int32_t ksize) {
-  if (can_count_median(in, ksize)) return median_by_counts(in, out, ksize);
+  constexpr int32_t kSmallestCounted = 7;  // OpenCV sorts smaller windows, which is faster
+  if (in.type() == CV_8UC1 && ksize >= kSmallestCounted) return median_by_counts(in, out, ksize);
   cv::medianBlur(in, out, ksize);
 }
 
