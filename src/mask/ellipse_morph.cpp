@@ -186,14 +186,10 @@ class Strip {
       const bool wanted = runs_.rows[i] >= 0 && to > decided_ && to >= 0 && to < src_.rows;
       targets_[i] = wanted ? slot(to) : nullptr;
     }
-    const RowSpread job{tables_,
-                        stride_,
-                        runs_.levels,
-                        round_up(width_),
-                        runs_.runs.data(),
-                        static_cast<int32_t>(runs_.runs.size()),
-                        targets_.data(),
-                        ring_ + static_cast<ptrdiff_t>(pitch_) * kernel_.height};
+    const RowSpread job{tables_,           stride_,
+                        runs_.levels,      round_up(width_),
+                        runs_.runs.data(), static_cast<int32_t>(runs_.runs.size()),
+                        targets_.data(),   ring_ + static_cast<ptrdiff_t>(pitch_) * kernel_.height};
     dilate_ ? HWY_DYNAMIC_DISPATCH(spread_maxima)(job) : HWY_DYNAMIC_DISPATCH(spread_minima)(job);
   }
 
@@ -207,18 +203,16 @@ class Strip {
     std::memset(slot(y), outside_, static_cast<size_t>(pitch_));
   }
 
-  uint8_t* slot(int32_t y) {
-    return ring_ + static_cast<ptrdiff_t>(pitch_) * (y % kernel_.height);
-  }
+  uint8_t* slot(int32_t y) { return ring_ + static_cast<ptrdiff_t>(pitch_) * (y % kernel_.height); }
 
   const cv::Mat& src_;
   cv::Mat& dst_;
   const cv::Size kernel_;
   const RunKernel& runs_;
   const bool dilate_;
-  const uint8_t outside_;      // what pixels beyond the border count as
-  const int32_t reach_up_;     // input rows reach output rows from y - reach_up_ ...
-  const int32_t reach_down_;   // ... to y + reach_down_
+  const uint8_t outside_;     // what pixels beyond the border count as
+  const int32_t reach_up_;    // input rows reach output rows from y - reach_up_ ...
+  const int32_t reach_down_;  // ... to y + reach_down_
   const int32_t pitch_;
   const int32_t stride_;
   std::vector<uint8_t> memory_;

@@ -3,7 +3,9 @@
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
+#include "mask/binarise.h"
 #include "mask/caller_mat.h"
+#include "mask/fill_enclosed.h"
 
 namespace kel::mask {
 namespace {
@@ -41,6 +43,14 @@ void fill_siblings(cv::Mat& image, const Contours& contours,
   }
 }
 
+// The road for areas that lose precision.
+void fill_contours(cv::Mat& image) {
+  Contours contours;
+  std::vector<cv::Vec4i> hierarchy;
+  cv::findContours(image, contours, hierarchy, cv::RETR_TREE, cv::CHAIN_APPROX_NONE);
+  if (!contours.empty()) fill_siblings(image, contours, hierarchy, find_largest(contours));
+}
+
 }  // namespace
 
 uint32_t make_up_holes(const KelPixelRegion& src, const KelPixelRegion& dst, uint32_t level) {
@@ -52,12 +62,16 @@ uint32_t make_up_holes(const KelPixelRegion& src, const KelPixelRegion& dst, uin
   return MVK_OK;
 }
 
+// As long as areas are exact in single precision no contour is larger than the outer one around it,
+// so the largest is on the top level, and filling that level is filling whatever is enclosed.
 void _make_up_holes(const cv::Mat& src, cv::Mat& dst, int32_t level) {
-  cv::threshold(src, dst, level, 255.0, cv::THRESH_BINARY);
-  Contours contours;
-  std::vector<cv::Vec4i> hierarchy;
-  cv::findContours(dst, contours, hierarchy, cv::RETR_TREE, cv::CHAIN_APPROX_NONE);
-  if (!contours.empty()) fill_siblings(dst, contours, hierarchy, find_largest(contours));
+  constexpr int64_t kExactArea = int64_t{1} << 23;  // in steps of a half
+  binarise(src, dst, level);
+  if (int64_t{src.cols - 1} * (src.rows - 1) <= kExactArea) {
+    fill_enclosed(dst);
+  } else {
+    fill_contours(dst);
+  }
 }
 
 }  // namespace kel::mask

@@ -51,10 +51,10 @@ struct ColumnHistograms {
   const cv::Mat* src;
   int32_t radius;
   int32_t columns;
-  int32_t left;      // source column of column 0, may lie outside
-  int32_t* centre;   // row about which the column was counted last, or kNever
-  uint8_t* groups;   // [column][16]: pixels whose upper four bits are at most i
-  uint8_t* values;   // [group][column][16]: pixels of the group whose lower four are at most i
+  int32_t left;     // source column of column 0, may lie outside
+  int32_t* centre;  // row about which the column was counted last, or kNever
+  uint8_t* groups;  // [column][16]: pixels whose upper four bits are at most i
+  uint8_t* values;  // [group][column][16]: pixels of the group whose lower four are at most i
   static constexpr int32_t kNever = INT32_MIN / 2;
 };
 
