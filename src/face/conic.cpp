@@ -11,16 +11,20 @@ namespace {
 
 using Coefficients = Eigen::Vector<double, 5>;
 
+// In memory of its own: a decomposition whose members get none releases them twice. Bounds of 8
+// leave the arithmetic that of an unbounded matrix; with smaller ones products take other roads.
+using Design = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::ColMajor, 8, 8>;
+
 Coefficients fit(const Eigen::MatrixXd& points) {
   const auto x = points.row(0).transpose().array();
   const auto y = points.row(1).transpose().array();
-  Eigen::MatrixXd design(points.cols(), 5);
+  Design design(points.cols(), 5);
   design << x * x, x * y, y * y, x, y;
   // Such a matrix leaves the decomposition in a state that solve() must not meet.
   if (!design.allFinite()) {
     return Coefficients::Constant(std::numeric_limits<double>::quiet_NaN());
   }
-  const Eigen::JacobiSVD<Eigen::MatrixXd, Eigen::ColPivHouseholderQRPreconditioner> svd(
+  const Eigen::JacobiSVD<Design, Eigen::ColPivHouseholderQRPreconditioner> svd(
       design, Eigen::ComputeThinU | Eigen::ComputeThinV);
   return svd.solve(Eigen::VectorXd::Constant(points.cols(), -1.0));
 }
