@@ -1,0 +1,125 @@
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <iostream>
+#include <numeric>
+
+#include "session.h"
+
+namespace tool {
+namespace {
+
+constexpr const char* kDescription =
+    "Image processing for faces and segmentation masks.\n"
+    "Data goes to standard output, messages to standard error. Exit status: 0 done, 1 nothing\n"
+    "found, 2 bad arguments or input.";
+
+// Edits that turn one word into the other.
+size_t edit_distance(const std::string& a, const std::string& b) {
+  std::vector<size_t> row(b.size() + 1);
+  std::iota(row.begin(), row.end(), size_t{0});
+  for (size_t i = 0; i < a.size(); ++i) {
+    size_t diagonal = row[0]++;
+    for (size_t j = 0; j < b.size(); ++j) {
+      const size_t substituted = diagonal + (a[i] == b[j] ? 0 : 1);
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({substituted, row[j] + 1, diagonal + 1});
+    }
+  }
+  return row.back();
+}
+
+void add_commands(CLI::App& app, Session& session) {
+  add_convert(app, session);
+  add_rotate(app, session);
+  add_resize(app, session);
+  add_smooth_mask(app, session);
+  add_fill_holes(app, session);
+  add_morph(app, session);
+  add_blur(app, session);
+  add_fill_polygon(app, session);
+  add_bbox(app, session);
+  add_outline(app, session);
+  add_sticker(app, session);
+  add_forehead(app, session);
+  add_landmarks(app, session);
+  add_info(app);
+  add_demo(app);
+}
+
+// The word in the place of a command when it is none.
+void check_command(const CLI::App& app, const std::vector<std::string>& arguments) {
+  const auto word = std::find_if(arguments.begin(), arguments.end(),
+                                 [](const std::string& text) { return !text.starts_with("-"); });
+  if (word == arguments.end()) return;
+  std::string nearest;
+  size_t distance = word->size();
+  for (const CLI::App* command : app.get_subcommands({})) {
+    const size_t edits = edit_distance(*word, command->get_name());
+    if (edits == 0) return;
+    if (edits < distance) nearest = command->get_name(), distance = edits;
+  }
+  const bool close = distance <= std::max<size_t>(2, nearest.size() / 3);
+  throw Failure("there is no command '" + *word + "'; " +
+                (close ? "did you mean '" + nearest + "'?" : "'morvik --help' lists all"));
+}
+
+void print_times(const Session& session) {
+  for (const CallTime& call : session.calls()) {
+    std::cerr << call.function << " " << std::fixed << std::setprecision(3) << call.milliseconds
+              << " ms\n";
+  }
+}
+
+int report(const std::string& sentence, int status) {
+  std::cerr << "morvik: " << sentence << "\n";
+  return status;
+}
+
+int parse_and_run(const std::vector<std::string>& arguments, Session& session) {
+  CLI::App app(kDescription, "morvik");
+  bool times = false;
+  app.add_flag("--times", times, "Print the time of every call of the library");
+  app.set_version_flag("--version", qxMorvik_version());
+  app.require_subcommand(1);
+  add_commands(app, session);
+  check_command(app, arguments);
+  try {
+    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+  } catch (const CLI::Success& help) {
+    return app.exit(help, std::cout, std::cerr);
+  } catch (const CLI::ParseError& error) {
+    const auto chosen = app.get_subcommands();
+    const std::string command = chosen.empty() ? "" : chosen.front()->get_name() + " ";
+    return report(error.what() + ("; see 'morvik " + command + "--help'"), kBadInput);
+  }
+  if (times) print_times(session);
+  return std::cout.flush() ? 0 : report("standard output cannot be written", kBadInput);
+}
+
+}  // namespace
+
+CLI::App& add_command(CLI::App& app, const char* name, const char* description,
+                      const char* example) {
+  CLI::App& command = *app.add_subcommand(name, description);
+  command.footer(std::string("Example:\n  ") + example);
+  return command;
+}
+
+int run(const std::vector<std::string>& arguments, Session& session) {
+  try {
+    return parse_and_run(arguments, session);
+  } catch (const Failure& failure) {
+    return report(failure.what(), failure.status());
+  } catch (const std::bad_alloc&) {
+    return report("out of memory", kBadInput);
+  } catch (const std::exception& error) {
+    return report(error.what(), kBadInput);
+  }
+}
+
+}  // namespace tool
+
+int main(int count, char** values) {
+  tool::Session session;
+  return tool::run({values + 1, values + count}, session);
+}

@@ -1,0 +1,69 @@
+// Pixels in the tool's own memory. Rows are always packed, so that a picture suits every operation
+// of the library, those that ignore the pitch included.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "morvik/morvik.h"
+
+namespace tool {
+
+struct Format {
+  std::string_view name;  // as typed on the command line and as ending of raw files
+  uint32_t code;
+  size_t bytes_per_pixel;  // of plane 0
+  int planes;
+};
+extern const std::vector<Format> kFormats;
+
+const Format& format_of(uint32_t code);            // a code of kFormats
+const Format* find_format(std::string_view name);  // null for an unknown name
+std::vector<std::string> format_names();
+
+// Larger pictures are refused before memory is taken: OpenCV's scalers end at 32766 a side, and
+// 100 million pixels keep a run within about a gigabyte.
+inline constexpr int kMaxSide = 32766;
+inline constexpr int64_t kMaxPixels = 100'000'000;
+
+struct Size {
+  int width = 0;
+  int height = 0;
+  bool operator==(const Size&) const = default;
+};
+std::string to_string(Size size);  // "640x480"
+
+// Throws a Failure that says what is accepted.
+void check_size(int64_t width, int64_t height);
+
+class Picture {
+ public:
+  // Black and transparent; the chroma of two-plane formats is neutral. Its rows have room for the
+  // rounded-up number of pairs.
+  Picture(uint32_t format, Size size);
+
+  uint32_t format() const { return format_; }
+  Size size() const { return size_; }
+  int width() const { return size_.width; }
+  int height() const { return size_.height; }
+
+  size_t row_bytes(int plane = 0) const;
+  int rows(int plane = 0) const;
+  uint8_t* row(int y, int plane = 0);
+  const uint8_t* row(int y, int plane = 0) const;
+  const std::vector<uint8_t>& bytes() const { return bytes_; }  // plane 0, then plane 1
+
+  // What the library is given. It never writes to a source, so that a constant picture may lend its
+  // memory.
+  QX_OFFSCREEN view() const;
+
+ private:
+  uint32_t format_;
+  Size size_;
+  std::vector<uint8_t> bytes_;
+};
+
+}  // namespace tool

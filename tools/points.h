@@ -1,0 +1,21 @@
+// Points in text files, one per line: X,Y
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "session.h"
+
+namespace tool {
+
+struct FilePoint {
+  float x;
+  float y;
+};
+
+// Throws when a line is not two numbers with a comma between them, or is out of all proportion.
+std::vector<FilePoint> read_points(const std::string& path, Session& session);
+
+std::vector<TPOINT> rounded(const std::vector<FilePoint>& points);
+
+}  // namespace tool
