@@ -1,7 +1,9 @@
 #include "face/forehead_judge.h"
 
 #include <Eigen/SVD>
-#include <cmath>
+#include <complex>
+
+#include "face/landmark_layout.h"
 
 namespace test {
 namespace {
@@ -21,32 +23,22 @@ std::complex<float> pixel(std::complex<float> vertex, int width, int height) {
 
 }  // namespace
 
-std::array<double, 5> judged_conic(const std::vector<std::complex<double>>& points) {
-  Eigen::MatrixXd rows(static_cast<Eigen::Index>(points.size()), 5);
-  for (Eigen::Index i = 0; i < rows.rows(); ++i) {
-    const double x = points[static_cast<size_t>(i)].real();
-    const double y = points[static_cast<size_t>(i)].imag();
-    rows.row(i) << x * x, x * y, y * y, x, y;
+std::vector<int32_t> judged_forehead(const std::vector<int32_t>& points, int width, int height) {
+  mvk::face::LandmarkVector face;
+  for (size_t i = 0; i < points.size(); i += 2) {
+    face.push_back({static_cast<float>(points[i]), static_cast<float>(points[i + 1])});
   }
-  const Eigen::JacobiSVD<Eigen::MatrixXd, Eigen::ColPivHouseholderQRPreconditioner> svd(
-      rows, Eigen::ComputeThinU | Eigen::ComputeThinV);
-  std::array<double, 5> result{};
-  Eigen::Map<Eigen::VectorXd>(result.data(), 5) =
-      svd.solve(Eigen::VectorXd::Constant(rows.rows(), -1.0));
-  return result;
-}
-
-std::vector<int32_t> judged_forehead(const std::vector<std::complex<double>>& points, int width,
-                                     int height) {
+  if (face.size() == 106) mvk::face::convert_landmarks_from_std(face, face);
   const Real columns = width - 1;
   const Real rows = height - 1;
-  std::vector<std::complex<float>> vertexs;
-  std::vector<Point> contour;
-  for (size_t i = 0; i < 19; ++i) {
-    vertexs.push_back(single(Point((2 * points[i].real() - columns) * single(1 / columns),
-                                   (rows - 2 * points[i].imag()) * single(1 / rows))));
-    const Point v(vertexs[i]);
-    contour.emplace_back((v.real() + 1) * columns / 2, (1 - v.imag()) * rows / 2);
+  std::complex<float> vertexs[19];
+  Point contour[19];
+  for (int i = 0; i < 19; ++i) {
+    const mvk::face::LandmarkPoint& p = face[static_cast<size_t>(i)];
+    vertexs[i] = single(Point((2 * Real{p.x} - columns) * single(1 / columns),
+                              (rows - 2 * Real{p.y}) * single(1 / rows)));
+    const Point vertex(vertexs[i]);
+    contour[i] = Point((vertex.real() + 1) * columns / 2, (1 - vertex.imag()) * rows / 2);
   }
   // A face's frame: multiplying by conj(turn) enters it, multiplying by turn leaves it.
   const double scale = 2.0 / std::max(width, height);
@@ -56,30 +48,34 @@ std::vector<int32_t> judged_forehead(const std::vector<std::complex<double>>& po
   const Point origin((first + last) * 0.5F);
   for (Point& p : contour) p = (p * Real{scale} - origin) * std::conj(turn);
 
-  std::vector<std::complex<double>> fit;
+  Eigen::MatrixXd design(7, 5);
+  Eigen::Index row = 0;
   for (const Point& p : {contour[0], contour[3], contour[5], (contour[7] + contour[11]) * 0.5L,
                          contour[13], contour[15], contour[18]}) {
-    fit.emplace_back(static_cast<double>(p.real()), static_cast<double>(p.imag()));
+    const double x = static_cast<double>(p.real());
+    const double y = static_cast<double>(p.imag());
+    design.row(row++) << x * x, x * y, y * y, x, y;
   }
-  const auto [a, b, c, d, e] = judged_conic(fit);
-  const Real lead = single(a);
-  const Real top = (std::sqrt(Real{e} * e - 4 * Real{c}) - e) / (2 * Real{c});
+  const Eigen::JacobiSVD<Eigen::MatrixXd, Eigen::ColPivHouseholderQRPreconditioner> svd(
+      design, Eigen::ComputeThinU | Eigen::ComputeThinV);
+  const Eigen::Vector<Real, 5> q = svd.solve(Eigen::VectorXd::Constant(7, -1.0)).cast<Real>();
+  const Real lead = single(q[0]);
+  const Real top = (std::sqrt(q[4] * q[4] - 4 * q[2]) - q[4]) / (2 * q[2]);
 
   std::vector<int32_t> result;
   for (const Real height_of_24 : {8, 12, 16, 20, 23, 24, -23, -20, -16, -12, -8}) {
     const Real y = top * std::abs(height_of_24) / 24;
-    const Real half = (b * y + d) / (-2 * lead);
-    const Real radius = std::sqrt(half * half - ((c * y + e) * y + 1) / lead);
+    const Real half = (q[1] * y + q[3]) / (-2 * lead);
+    const Real radius = std::sqrt(half * half - ((q[2] * y + q[4]) * y + 1) / lead);
     const Real x = height_of_24 == 24 ? 0 : half + std::copysign(radius, -height_of_24);
-    // In double: an upright face can bring the apex exactly between two floats.
     const Point local = Point(x, y) * turn + origin;
+    // In double: an upright face can bring the apex exactly between two floats.
     const double column = static_cast<double>(local.real()) * (1.0 / scale);
-    const double row = static_cast<double>(local.imag()) * (1.0 / scale);
+    const double line = static_cast<double>(local.imag()) * (1.0 / scale);
     const Point vertex((2 * column + 1 - width) / (width - 1.0),
-                       (height - 1 - 2 * row) / (height - 1.0));
-    const std::complex<float> q = pixel(single(vertex), width, height);
-    result.push_back(static_cast<int32_t>(q.real()));
-    result.push_back(static_cast<int32_t>(q.imag()));
+                       (height - 1 - 2 * line) / (height - 1.0));
+    const std::complex<float> out = pixel(single(vertex), width, height);
+    for (const float v : {out.real(), out.imag()}) result.push_back(static_cast<int32_t>(v));
   }
   return result;
 }
