@@ -9,10 +9,12 @@
  *
  *   Argument order    destination first, source second; mvk_smooth() alone takes the source first.
  *   Rows by pitch     the function steps rows by pitch[]; bytes between the row's end and the pitch
- *                     (the padding) are neither read nor written.
+ *                     (the padding) are neither read nor written, but for the one byte of
+ *                     mvk_convert() NV12 <- GRAY.
  *   Rows packed       the function ignores the pitch and takes row r of a plane to start at
- *                     r * width * bytes-per-pixel. Pack padded rows before the call. The pitch must
- *                     still be at least the width, or the call is refused.
+ *                     r * width * bytes-per-pixel, for RGB24 at 3 * width * r. Pack padded rows
+ *                     before the call. The pitch must still be at least the width, or the call is
+ *                     refused.
  *   Even part         of a two-plane image, the pixels left when width and height are rounded down
  *                     to even numbers.
  *   Failing memory    is the only error that is not a code: the allocator's C++ exception
@@ -70,7 +72,8 @@ extern "C" {
  * The chroma plane of NV12 and NV21 holds one pair for 2 x 2 pixels. For even sizes it has
  * height / 2 rows of width bytes. For odd sizes provide (height + 1) / 2 rows of width + 1 bytes:
  * conversions between colour formats work on the rounded-up chroma size; every other operation
- * touches the rounded-down size (height / 2 rows of width & ~1 bytes) only.
+ * touches the rounded-down size (height / 2 rows of width & ~1 bytes) only. A plane is taken to own
+ * pitch * rows bytes, the last row's padding included.
  */
 #define QX_FMT_RGB24 0x201u
 #define QX_FMT_ARGB 0x302u
@@ -143,7 +146,8 @@ MVK_API uint32_t mvk_copy(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src);
  *
  * NV12 <- GRAY sets the chroma bytes of a row to 128 from its second byte on and one byte beyond:
  * the first byte of a row keeps its value (but for tightly pitched rows, where the row before has
- * set it), and nothing behind the plane is written. NV21 <- GRAY fills whole rows.
+ * set it), and nothing behind pitch[1] * (height / 2) bytes is written. NV21 <- GRAY fills whole
+ * rows.
  */
 MVK_API uint32_t mvk_convert(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src);
 
@@ -157,7 +161,8 @@ MVK_API uint32_t mvk_convert(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src);
  * Scales src to the size of dst by one of the MVK_RESIZE_* methods. Formats: RGB24, ARGB, GRAY,
  * NV12, NV21 (not ABGR), the same on both sides. Rows by pitch. The chroma planes are scaled from
  * (width / 2) x (height / 2) pairs to as many; with a width or height of 1 there is no chroma to
- * scale. An image whose pitch is smaller than its rows writes nothing.
+ * scale. An image whose pitch is smaller than its rows writes nothing, nor does one that OpenCV
+ * cannot address (rows or sides beyond some 10^8 bytes).
  */
 MVK_API uint32_t mvk_resize(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src, uint32_t method);
 
@@ -183,8 +188,8 @@ MVK_API uint32_t mvk_rotate(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src, in
  *   dst    GRAY, as large as guide; receives the smooth mask
  *   mask   GRAY, at most 520 x 520, smaller than guide in both directions
  *   guide  RGB24, the photograph
- *   mode   1 snaps the edges of the mask to colour edges of guide within 12 working pixels; any
- *          other value does not
+ *   mode   1 snaps the edges of the mask along their rows to the strongest colour edge of guide
+ *          from 7 working pixels left to 7 right; any other value does not
  *   limit  working size in pixels. When the larger side of dst exceeds it, the mask is binarised
  *          (255 against the rest, at 250), enlarged by the whole factor nearest to limit / larger
  *          side of mask, smoothed by a median of 25 and scaled to dst. Otherwise the mask is scaled
@@ -198,7 +203,7 @@ MVK_API uint32_t mvk_make_mask_smooth(const QX_OFFSCREEN* dst, const QX_OFFSCREE
 /*
  * Binarises src (255 where a pixel is above level, 0 elsewhere) into dst and fills the holes of the
  * largest shape and of all shapes beside it. GRAY to GRAY of equal size, rows packed; level is 0 to
- * 254.
+ * 254. dst may be src.
  */
 MVK_API uint32_t mvk_make_up_holes(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src,
                                    uint32_t level);
@@ -207,8 +212,8 @@ MVK_API uint32_t mvk_make_up_holes(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* 
  * Grows (amount > 0, dilation) or shrinks (amount < 0, erosion) a mask with an elliptic kernel of
  * |amount| + 1 pixels, so by about |amount| / 2 on each side; odd amounts give even kernels, whose
  * centre lies half a pixel to the right and below. What lies outside the image does not count.
- * GRAY to GRAY of equal size, rows packed. amount is -200 to 200; amount 0 clears dst and returns
- * MVK_BAD_ARGUMENT.
+ * GRAY to GRAY of equal size, rows packed; dst may be src. amount is -200 to 200; amount 0 clears
+ * dst and returns MVK_BAD_ARGUMENT.
  */
 MVK_API uint32_t mvk_mask_morph(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src, int32_t amount);
 
@@ -224,13 +229,16 @@ enum { MKBlur_Mean = 0, MKBlur_Median = 1, MKBlur_Gaussian = 2, MKBlur_Bilateral
 
 /*
  * Blurs src into dst (mind the order: source first). GRAY or RGB24, same format and size on both
- * sides, rows packed. Pixels beyond the border are mirrored without repeating the edge.
+ * sides, rows packed; dst may be src. Beyond the border Median repeats the edge, the others mirror
+ * the image without repeating the edge.
  *
- *   ksize     kernel side in pixels, odd, at most 199; for Bilateral the diameter
+ *   ksize     kernel side in pixels, odd, at most 199; for Bilateral the diameter,
+ *             where 1 counts as 3
  *   reserved  ignored
  *   param1    Gaussian: sigma across in pixels, 0 derives it from ksize; Bilateral: sigma in
  *             colour space
  *   param2    Gaussian: sigma down in pixels, 0 takes param1's; Bilateral: sigma in space, pixels
+ *             (a sigma of 0 counts as 1)
  */
 MVK_API uint32_t mvk_smooth(const QX_OFFSCREEN* src, const QX_OFFSCREEN* dst, uint32_t ksize,
                             MKBlur type, uint32_t reserved, uint32_t param1, uint32_t param2);
@@ -257,12 +265,16 @@ MVK_API uint32_t mvk_get_mask_roi(const QX_OFFSCREEN* image, MKRect* rect, uint3
 #define MK_OMODE_STROKE 0u           /* every contour drawn with a line 2 * expand_size wide */
 #define MK_OMODE_FILL_STROKE 1u      /* contours filled, then drawn as in STROKE */
 #define MK_OMODE_HULL_FILL_STROKE 2u /* as FILL_STROKE, on the convex hulls */
-#define MK_OMODE_POLAR 3u            /* scaled about the centroid: nearest point by expand_size */
-#define MK_OMODE_HULL_POLAR 4u       /* as POLAR, on the convex hulls */
-#define MK_OMODE_POLAR_CENTER 5u     /* as POLAR, about `center` when it is given */
-#define MK_OMODE_VECTOR 6u           /* points right of and below the centroid move away from it */
-#define MK_OMODE_HULL_VECTOR 7u      /* as VECTOR, on the convex hulls */
-#define MK_OMODE_VECTOR_CENTER 8u    /* as VECTOR, about `center` when it is given */
+#define MK_OMODE_POLAR                                                                          \
+  3u                             /* main shapes scaled about their centroids, so that the point \
+                                    nearest to it moves out by expand_size */
+#define MK_OMODE_HULL_POLAR 4u   /* as POLAR, on the convex hulls */
+#define MK_OMODE_POLAR_CENTER 5u /* as POLAR, about `center` when it is given */
+#define MK_OMODE_VECTOR                                                                         \
+  6u                              /* points of main shapes right of and below the centroid move \
+                                     away from it, by at most about expand_size */
+#define MK_OMODE_HULL_VECTOR 7u   /* as VECTOR, on the convex hulls */
+#define MK_OMODE_VECTOR_CENTER 8u /* as VECTOR, about `center` when it is given */
 
 /* Values of MKOutlineMode.chain_approx. */
 #define MK_OCHAIN_ALL 1u    /* every pixel of a boundary */
@@ -319,15 +331,22 @@ MVK_API void* mvk_outline_create(void);
 
 /*
  * Binarises image (above mode->threshold), grows its shapes and returns the outlines of the result,
- * outer ones and holes. The largest outline and its neighbours on one side (the later siblings, or
- * the earlier ones when it is the last) run opposite to the others.
+ * outer ones and holes. Growing paints over the binarised image, so shapes only get larger; all
+ * modes but STROKE, and any smoothing, fill holes on the way.
+ *
+ * The main shapes are the largest outline and its neighbours on one side (the later siblings, or
+ * the earlier ones when it is the last). Modes 3 to 8 move, and smoothing smooths, the main shapes
+ * only; a shape without area (a dot, a line) moves only about a given center. Outlines of main
+ * shapes are returned in the direction opposite to the others'. Points within two pixels of the
+ * image's border are moved onto it.
  *
  * image is GRAY with packed rows, or NV21, whose Y plane is taken by pitch and whose chroma plane
- * is never read. Its pitch is not checked. Other formats, null planes and sizes below 1 give
- * MVK_BAD_ARGUMENT, as do values of mode outside the ranges above, which are looked at first.
+ * is never read and may be null. Pitches are not checked. Other formats, a null plane[0] and sizes
+ * below 1 give MVK_BAD_ARGUMENT, as do values of mode outside the ranges above, which are looked at
+ * first.
  *
  * The outlines of the previous call in result are released first, unless handle or result is null;
- * after any code but MVK_OK the record is empty.
+ * then nothing is touched. After any other code but MVK_OK the record holds no outlines.
  */
 MVK_API uint32_t mvk_outline_expansion(void* handle, const QX_OFFSCREEN* image,
                                        const MKOutlineMode* mode, MKGetOutline* result);
@@ -347,8 +366,9 @@ MVK_API void mvk_outline_destroy(void* handle, MKGetOutline* result);
  * a line feed. Values are floats with six significant digits (is_float not 0) or int32_t. dims 3
  * means x, y, z; any other value x, y. The decimal sign is always a point.
  *
- * A null path, or null points with count >= 1, give MVK_BAD_ARGUMENT. A path that cannot be
- * opened gives MVK_OK, like everything else.
+ * An existing file is replaced; count < 1 leaves it empty. A null path, or null points with
+ * count >= 1, give MVK_BAD_ARGUMENT. A path that cannot be opened gives MVK_OK, like everything
+ * else.
  */
 MVK_API uint32_t mvk_write_landmarks(const void* points, int count, const char* path, int is_float,
                                      int dims, char separator);
@@ -356,7 +376,8 @@ MVK_API uint32_t mvk_write_landmarks(const void* points, int count, const char* 
 /*
  * Reads at most count points from a file as mvk_write_landmarks() makes it. Points without a line
  * in the file keep their values; so do all when the file cannot be opened (result MVK_OK). Missing
- * fields and fields without a number are 0; text behind a number is ignored. Codes as for writing.
+ * fields and fields without a number are 0; text behind a number is ignored. Integers keep their
+ * lowest 32 bits, floats too large become infinite. Codes as for writing.
  */
 MVK_API uint32_t mvk_read_landmarks(void* points, int count, const char* path, int is_float,
                                     int dims, char separator);
@@ -367,8 +388,8 @@ MVK_API uint32_t mvk_read_landmarks(void* points, int count, const char* path, i
  *
  *   out_points     22 values: x, y pairs in pixels; may be the same memory as in_points
  *   in_points      2 * count values: x, y pairs in pixels
- *   count          106 (the layout that detectors deliver) or 96 (the internal layout); any other
- *                  count, or a null pointer, gives MVK_BAD_ARGUMENT
+ *   count          106 (the layout that detectors deliver) or 96 (the internal layout), both drawn
+ *                  in docs/landmarks.md; any other count, or a null pointer, gives MVK_BAD_ARGUMENT
  *   width, height  size of the image in pixels
  *
  * Landmarks that form no face give points that form no forehead; values saturate, and a value that
