@@ -31,6 +31,14 @@ int snap(int value, int size) {
 
 }  // namespace
 
+// The tracer copies and scans what it is given: only the box that holds shapes is.
+void trace_contours(const cv::Mat& image, int approximation, Contours& contours,
+                    Hierarchy& hierarchy) {
+  const cv::Rect box = cv::boundingRect(image);
+  if (box.empty()) return;
+  cv::findContours(image(box), contours, hierarchy, cv::RETR_TREE, approximation, box.tl());
+}
+
 void get_max_hierarchy_index(std::set<int32_t>& set, const Contours& contours,
                              const Hierarchy& hierarchy) {
   const int32_t largest = find_largest(contours);

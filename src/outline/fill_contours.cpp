@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <opencv2/imgproc.hpp>
 #include <utility>
 
@@ -14,30 +15,38 @@ namespace {
 constexpr int kFractionBits = 16;
 constexpr int64_t kOne = int64_t{1} << kFractionBits;
 
-// An edge crosses a row at this position.
-struct Crossing {
-  int32_t row;
+// A side of a contour, as far as it lies in the rows of the image.
+struct Edge {
+  int32_t row;      // the first of its rows; later the one that x belongs to
+  int32_t end_row;  // behind the last: the row of the lower end is not crossed
   int64_t x;
-  bool operator<(const Crossing& other) const {
-    return row != other.row ? row < other.row : x < other.x;
-  }
+  int64_t slope;
 };
 
-// Fills one contour after the other; the crossings' memory is kept between them.
+bool is_left(const Edge& a, const Edge& b) { return a.x < b.x; }
+bool is_earlier(const Edge& a, const Edge& b) { return a.row != b.row ? a.row < b.row : a.x < b.x; }
+
+// Fills contours by the edges that cross each row. The memory is kept from one to the next.
 class Filler {
  public:
   Filler(cv::Mat& image, uint8_t value) : image_(image), value_(value) {}
 
-  void fill(const Contour& contour) {
+  // Draws the boundary of a contour; its inside follows with the next fill().
+  void add(const Contour& contour) {
     if (contour.empty()) return;
-    crossings_.clear();
     cv::Point from = contour.back();
     for (const cv::Point to : contour) {
       draw_line(from, to);
-      add_crossings(from, to);
+      add_edge(from, to);
       from = to;
     }
-    fill_between_crossings();
+  }
+
+  // Fills what the contours added since the last time enclose an odd number of times.
+  void fill() {
+    std::sort(edges_.begin(), edges_.end(), is_earlier);
+    fill_between_edges();
+    edges_.clear();
   }
 
  private:
@@ -55,40 +64,79 @@ class Filler {
     }
   }
 
-  // Of an edge, the rows from its upper point to above its lower one, as far as the image goes.
-  void add_crossings(cv::Point from, cv::Point to) {
-    if (from.y == to.y) return;
-    const cv::Point upper = from.y < to.y ? from : to;
+  void add_edge(cv::Point from, cv::Point to) {
+    const auto [upper, lower] = from.y < to.y ? std::pair(from, to) : std::pair(to, from);
+    const int32_t row = std::max(upper.y, 0);
+    const int32_t end_row = std::min(lower.y, image_.rows);
+    if (row >= end_row) return;
     const int64_t slope = (int64_t{to.x} - from.x) * kOne / (int64_t{to.y} - from.y);
-    const int32_t last = std::min(std::max(from.y, to.y), image_.rows);
-    for (int32_t row = std::max(upper.y, 0); row < last; ++row) {
-      crossings_.push_back({row, upper.x * kOne + (int64_t{row} - upper.y) * slope});
+    edges_.push_back({row, end_row, upper.x * kOne + (int64_t{row} - upper.y) * slope, slope});
+  }
+
+  void fill_between_edges() {
+    crossing_.clear();
+    auto next = edges_.cbegin();
+    while (next != edges_.cend() || !crossing_.empty()) {
+      const int32_t row = crossing_.empty() ? next->row : crossing_.front().row;
+      auto first = next;
+      while (next != edges_.cend() && next->row == row) ++next;
+      merged_.clear();
+      std::merge(crossing_.cbegin(), crossing_.cend(), first, next, std::back_inserter(merged_),
+                 is_left);
+      fill_row(image_.ptr(row));
+      step_to_next_row();
     }
   }
 
-  // Every row has an even number of crossings; each pair of neighbours bounds a run.
-  void fill_between_crossings() {
-    std::sort(crossings_.begin(), crossings_.end());
-    for (size_t i = 0; i + 1 < crossings_.size(); i += 2) {
-      const int64_t left = (crossings_[i].x + kOne - 1) >> kFractionBits;
-      const int64_t right = crossings_[i + 1].x >> kFractionBits;
+  // Every row is crossed an even number of times; each pair of neighbours bounds a run.
+  void fill_row(uint8_t* pixels) {
+    for (size_t i = 0; i + 1 < merged_.size(); i += 2) {
+      const int64_t left = (merged_[i].x + kOne - 1) >> kFractionBits;
+      const int64_t right = merged_[i + 1].x >> kFractionBits;
       const int64_t begin = std::max<int64_t>(left, 0);
       const int64_t end = std::min<int64_t>(right + 1, image_.cols);
-      if (begin >= end) continue;
-      std::memset(image_.ptr(crossings_[i].row) + begin, value_, static_cast<size_t>(end - begin));
+      if (begin < end) std::memset(pixels + begin, value_, static_cast<size_t>(end - begin));
+    }
+  }
+
+  // Keeps the edges that go on, sorted: few of them change places from row to row.
+  void step_to_next_row() {
+    crossing_.clear();
+    for (Edge edge : merged_) {
+      if (++edge.row == edge.end_row) continue;
+      edge.x += edge.slope;
+      crossing_.push_back(edge);
+      for (size_t i = crossing_.size() - 1; i > 0 && is_left(crossing_[i], crossing_[i - 1]); --i) {
+        std::swap(crossing_[i], crossing_[i - 1]);
+      }
     }
   }
 
   cv::Mat& image_;
   uint8_t value_;
-  std::vector<Crossing> crossings_;
+  std::vector<Edge> edges_;     // of the contours added
+  std::vector<Edge> crossing_;  // those from the rows above that cross the row, from left to right
+  std::vector<Edge> merged_;    // the same and those that begin there
 };
 
 }  // namespace
 
 void fill_contours(cv::Mat& image, const Contours& contours, uint8_t value) {
   Filler filler(image, value);
-  for (const Contour& contour : contours) filler.fill(contour);
+  for (const Contour& contour : contours) {
+    filler.add(contour);
+    filler.fill();
+  }
+}
+
+void fill_top_level(cv::Mat& image, const Contours& contours, const Hierarchy& hierarchy,
+                    uint8_t value) {
+  constexpr int kParent = 3;
+  Filler filler(image, value);
+  for (size_t i = 0; i < contours.size(); ++i) {
+    if (hierarchy[i][kParent] < 0) filler.add(contours[i]);
+  }
+  filler.fill();
 }
 
 }  // namespace outline

@@ -1,4 +1,7 @@
-// Painting of filled contours, one by one, at a cost that depends on what is seen of them.
+// Painting of filled contours at a cost that depends on what is seen of them. Both functions give
+// the bytes of cv::drawContours, which converts the whole list at each call, looks at every active
+// edge for every edge that begins in a row, and steps through all rows from the topmost point:
+// seconds for noise, or when an expansion has moved a point far away.
 #pragma once
 
 #include <opencv2/core.hpp>
@@ -7,12 +10,14 @@
 
 namespace outline {
 
-// Fills every contour of the list on its own (even-odd rule, boundary included) with `value` in an
-// 8-bit image. Pixels that belong to any of them are set, so contours inside others add nothing.
-//
-// Gives the bytes of cv::drawContours with each contour's index in turn, filled, line type 0 and
-// maximum level 1. That call converts the whole list each time, and steps through all rows from
-// the topmost point of a contour: seconds when an expansion has moved a point far away.
+// Fills each contour of the list on its own (even-odd rule, boundary included) with `value` in an
+// 8-bit image, so that contours inside others add nothing. As cv::drawContours with each index in
+// turn, filled, line type 0, maximum level 1.
 void fill_contours(cv::Mat& image, const Contours& contours, uint8_t value);
+
+// Fills the contours without a parent together, by one even-odd rule for all: holes are filled, and
+// where two contours overlap there is a gap. As cv::drawContours with index -1, the rest the same.
+void fill_top_level(cv::Mat& image, const Contours& contours, const Hierarchy& hierarchy,
+                    uint8_t value);
 
 }  // namespace outline

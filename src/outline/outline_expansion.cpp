@@ -1,8 +1,10 @@
 #include "outline/outline_expansion.h"
 
+#include <algorithm>
 #include <opencv2/imgproc.hpp>
 
 #include "outline/expansion.h"
+#include "outline/fill_contours.h"
 #include "outline/result.h"
 #include "outline/smoothing.h"
 
@@ -11,11 +13,12 @@ namespace {
 
 // 255 for shape, 0 for the rest; reads the caller's rows where they are.
 cv::Mat binarise(const kel::imageprocess::Plane& gray, uint8_t threshold) {
-  cv::Mat binary(static_cast<int>(gray.rows), static_cast<int>(gray.row_bytes), CV_8UC1);
+  const int width = static_cast<int>(gray.row_bytes);
+  cv::Mat binary(static_cast<int>(gray.rows), width, CV_8UC1);
   for (int y = 0; y < binary.rows; ++y) {
     const uint8_t* from = gray.row(y);
     uint8_t* to = binary.ptr(y);
-    for (int x = 0; x < binary.cols; ++x) to[x] = from[x] > threshold ? 255 : 0;
+    for (int x = 0; x < width; ++x) to[x] = from[x] > threshold ? 255 : 0;
   }
   return binary;
 }
@@ -23,11 +26,6 @@ cv::Mat binarise(const kel::imageprocess::Plane& gray, uint8_t threshold) {
 // All contours of the list, whatever their level, in one call.
 void stroke_each(cv::Mat& image, const Contours& contours, uint16_t expand_size) {
   cv::drawContours(image, contours, -1, cv::Scalar(kExpansionValue), 2 * expand_size, 0);
-}
-
-// Maximum level 1 with all contours means the top level only: holes are filled, too.
-void fill_all(cv::Mat& image, const Contours& contours, const Hierarchy& hierarchy) {
-  cv::drawContours(image, contours, -1, cv::Scalar(kExpansionValue), cv::FILLED, 0, hierarchy, 1);
 }
 
 }  // namespace
@@ -43,7 +41,7 @@ void switch_mode_draw(cv::Mat& image, Contours& contours, const Hierarchy& hiera
       break;
     case MK_OMODE_FILL_STROKE:
     case MK_OMODE_HULL_FILL_STROKE:
-      fill_all(image, contours, hierarchy);
+      fill_top_level(image, contours, hierarchy, kExpansionValue);
       stroke_each(image, contours, expand_size);
       break;
     case MK_OMODE_POLAR:
@@ -74,7 +72,7 @@ uint32_t outline_expansion(const kel::imageprocess::Plane& gray, const MKOutline
   Contours contours;
   Hierarchy hierarchy;
   // Simple runs here, whatever the caller wants returned: the expansions see these points.
-  cv::findContours(shapes, contours, hierarchy, cv::RETR_TREE, cv::CHAIN_APPROX_SIMPLE);
+  trace_contours(shapes, cv::CHAIN_APPROX_SIMPLE, contours, hierarchy);
   if (contours.empty()) {
     result->contour_count = 0;
     return MVK_NOT_FOUND;

@@ -45,7 +45,7 @@ uint32_t get_contours_outline(const cv::Mat& image, MKGetOutline* result,
                               const MKOutlineMode* mode) {
   Contours contours;
   Hierarchy hierarchy;
-  cv::findContours(image, contours, hierarchy, cv::RETR_TREE, static_cast<int>(mode->chain_approx));
+  trace_contours(image, static_cast<int>(mode->chain_approx), contours, hierarchy);
   if (contours.empty()) {
     result->contour_count = 0;
     return MVK_NOT_FOUND;

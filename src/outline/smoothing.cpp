@@ -26,7 +26,7 @@ void smooth_contour(Contour& contour, double share) {
 void make_contour_mean_fast(cv::Mat& image, MKOSmoothLevel level) {
   Contours contours;
   Hierarchy hierarchy;
-  cv::findContours(image, contours, hierarchy, cv::RETR_TREE, cv::CHAIN_APPROX_NONE);
+  trace_contours(image, cv::CHAIN_APPROX_NONE, contours, hierarchy);
   if (contours.empty()) return;
   std::set<int32_t> main;
   get_max_hierarchy_index(main, contours, hierarchy);

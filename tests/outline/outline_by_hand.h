@@ -2,8 +2,13 @@
 // its index in the whole list. Slow and plain; judge of the tests and peer of the benchmarks.
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
-#include <opencv2/core.hpp>
+#include <cstring>
+#include <limits>
+#include <opencv2/imgproc.hpp>
+#include <set>
 #include <vector>
 
 #include "morvik/morvik.h"
@@ -12,7 +17,171 @@ namespace test {
 
 using Outlines = std::vector<std::vector<int32_t>>;  // x0, y0, x1, y1, ... of each
 
+namespace by_hand {
+
+using Contours = std::vector<std::vector<cv::Point>>;
+using Hierarchy = std::vector<cv::Vec4i>;
+
+inline void trace(const cv::Mat& image, Contours& contours, Hierarchy& hierarchy,
+                  int approximation) {
+  cv::Mat copy = image.clone();
+  cv::findContours(copy, contours, hierarchy, cv::RETR_TREE, approximation, cv::Point(0, 0));
+}
+
+inline void snap(Contours& contours, int cols, int rows) {
+  for (auto& contour : contours) {
+    for (cv::Point& p : contour) {
+      if (p.x < 2) p.x = 0;
+      if (p.y < 2) p.y = 0;
+      if (p.x >= cols - 2) p.x = cols - 1;
+      if (p.y >= rows - 2) p.y = rows - 1;
+    }
+  }
+}
+
+inline std::set<size_t> main_set(const Contours& contours, const Hierarchy& hierarchy) {
+  size_t best = 0;
+  double largest = -1;
+  for (size_t i = 0; i < contours.size(); ++i) {
+    const double area = cv::contourArea(contours[i]);
+    if (area > largest) largest = area, best = i;
+  }
+  std::set<size_t> set{best};
+  const int step = hierarchy[best][0] == -1 ? 1 : 0;
+  for (int i = hierarchy[best][step]; i != -1; i = hierarchy[static_cast<size_t>(i)][step]) {
+    set.insert(static_cast<size_t>(i));
+  }
+  return set;
+}
+
+inline void draw_each(cv::Mat& image, const Contours& contours, const Hierarchy& hierarchy,
+                      double color, int thickness) {
+  for (int j = 0; j < static_cast<int>(contours.size()); ++j) {
+    cv::drawContours(image, contours, j, cv::Scalar(color), thickness, 0, hierarchy, 1,
+                     cv::Point(0, 0));
+  }
+}
+
+inline double truncated(double value, double low, double high) {
+  return std::isnan(value) ? 0 : std::clamp(std::trunc(value), low, high);
+}
+
+inline int to_int(double value) {
+  return static_cast<int>(truncated(value, -2147483648.0, 2147483647.0));
+}
+
+inline void scale_from(std::vector<cv::Point>& contour, double cx, double cy, int expand_size) {
+  double scale = std::numeric_limits<double>::quiet_NaN();
+  for (size_t k = 0; k < contour.size(); ++k) {
+    const double dx = contour[k].x - cx, dy = contour[k].y - cy;
+    const double d = std::sqrt(dx * dx + dy * dy), s = (d + expand_size) / d;
+    if (k == 0 || s > scale) scale = s;
+  }
+  if (!std::isfinite(scale)) return;
+  for (cv::Point& p : contour) {
+    const double dx = p.x - cx, dy = p.y - cy, r = std::sqrt(dx * dx + dy * dy) * scale;
+    const double theta = std::atan2(dy, dx);
+    p.x = static_cast<int>(static_cast<int64_t>(to_int(r * std::cos(theta))) + to_int(cx));
+    p.y = static_cast<int>(static_cast<int64_t>(to_int(r * std::sin(theta))) + to_int(cy));
+  }
+}
+
+inline void push_from(std::vector<cv::Point>& contour, double cx, double cy, int expand_size) {
+  const cv::Rect box = cv::boundingRect(contour);
+  const float g = 2.0F / static_cast<float>(static_cast<uint32_t>(std::max(box.width, box.height)));
+  const double k = static_cast<double>(g) * expand_size;
+  for (cv::Point& p : contour) {
+    p.x = static_cast<int>(p.x + static_cast<int64_t>(truncated(k * (p.x - cx), 0, 4294967295.0)));
+    p.y = static_cast<int>(p.y + static_cast<int64_t>(truncated(k * (p.y - cy), 0, 4294967295.0)));
+  }
+}
+
+template <typename Move>
+inline void expand(Contours& contours, const MKOutlineMode& mode, cv::Mat& image,
+                   const Hierarchy& hierarchy, const TPOINT* center, Move move) {
+  for (const size_t i : main_set(contours, hierarchy)) {
+    const cv::Moments m = cv::moments(contours[i], false);
+    double cx = m.m10 / m.m00, cy = m.m01 / m.m00;
+    if (center != nullptr) cx = center->x, cy = center->y;
+    if (std::isfinite(cx) && std::isfinite(cy)) move(contours[i], cx, cy, mode.expand_size);
+  }
+  draw_each(image, contours, hierarchy, 127, -1);
+}
+
+inline void smooth(cv::Mat& image, uint32_t level) {
+  Contours contours;
+  Hierarchy hierarchy;
+  trace(image, contours, hierarchy, cv::CHAIN_APPROX_NONE);
+  const double f = static_cast<float>(level) * 0.01F;
+  for (const size_t i : main_set(contours, hierarchy)) {
+    const auto n = static_cast<uint32_t>(cv::arcLength(contours[i], true) * f);
+    if (n < 2) continue;
+    const cv::Mat row(1, static_cast<int>(contours[i].size()), CV_32SC2, contours[i].data());
+    cv::Mat mean;
+    cv::blur(row, mean, cv::Size(static_cast<int>(n % 2 == 1 ? n : n + 1), 1), cv::Point(-1, -1),
+             cv::BORDER_REFLECT_101);
+    contours[i].assign(mean.begin<cv::Point>(), mean.end<cv::Point>());
+  }
+  draw_each(image, contours, hierarchy, 100, -1);
+}
+
+inline void draw(cv::Mat& image, Contours& contours, const Hierarchy& hierarchy,
+                 const MKOutlineMode& mode) {
+  if (mode.mode == 2 || mode.mode == 4 || mode.mode == 7) {
+    for (auto& contour : contours) {
+      const std::vector<cv::Point> points = contour;
+      cv::convexHull(points, contour, true, true);
+    }
+  }
+  const TPOINT* center = mode.mode == 5 || mode.mode == 8 ? mode.center : nullptr;
+  if (mode.mode == 1 || mode.mode == 2) {
+    cv::drawContours(image, contours, -1, cv::Scalar(127), -1, 0, hierarchy, 1, cv::Point(0, 0));
+  }
+  if (mode.mode <= 2) {
+    draw_each(image, contours, hierarchy, 127, 2 * mode.expand_size);
+  } else if (mode.mode <= 5) {
+    expand(contours, mode, image, hierarchy, center, scale_from);
+  } else {
+    expand(contours, mode, image, hierarchy, center, push_from);
+  }
+  if (mode.smooth_level != 0) smooth(image, mode.smooth_level);
+}
+
+}  // namespace by_hand
+
 // Outlines of a packed gray image; empty where the service finds nothing.
-Outlines outline_by_hand(const QX_OFFSCREEN& image, const MKOutlineMode& mode);
+inline Outlines outline_by_hand(const QX_OFFSCREEN& image, const MKOutlineMode& mode) {
+  using namespace by_hand;
+  cv::Mat source(image.height, image.width, CV_8UC1);
+  std::memcpy(source.data, image.plane[0], source.total());
+  cv::Mat binary(image.height, image.width, CV_8UC1);
+  cv::threshold(source.clone(), binary, mode.threshold, 255.0, cv::THRESH_BINARY);
+  Contours contours;
+  Hierarchy hierarchy;
+  trace(binary, contours, hierarchy, cv::CHAIN_APPROX_SIMPLE);
+  if (contours.empty()) return {};
+  snap(contours, binary.cols, binary.rows);
+  cv::Mat working(image.height, image.width, CV_8UC1);
+  std::memcpy(working.data, binary.data, binary.total());
+  draw(working, contours, hierarchy, mode);
+
+  trace(working.clone(), contours, hierarchy, static_cast<int>(mode.chain_approx));
+  for (auto& contour : contours) {
+    const std::vector<cv::Point> points = contour;
+    const double factor = 0.01F;
+    if (mode.approx_poly != 0) {
+      cv::approxPolyDP(points, contour, cv::arcLength(points, true) * factor, true);
+    }
+  }
+  snap(contours, working.cols, working.rows);
+  const std::set<size_t> reversed = main_set(contours, hierarchy);
+  Outlines outlines;
+  for (size_t i = 0; i < contours.size(); ++i) {
+    if (reversed.count(i) != 0) std::reverse(contours[i].begin(), contours[i].end());
+    std::vector<int32_t>& values = outlines.emplace_back();
+    for (const cv::Point p : contours[i]) values.insert(values.end(), {p.x, p.y});
+  }
+  return outlines;
+}
 
 }  // namespace test
