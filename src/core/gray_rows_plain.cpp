@@ -32,12 +32,4 @@ void colour_from_gray_row_plain(uint8_t* dst, const uint8_t* src, int64_t count,
                        : colour_from_gray<4>(dst, src, count);
 }
 
-void gray_from_colour_row(uint8_t* dst, const uint8_t* src, int64_t count, int bytes_per_pixel) {
-  gray_from_colour_row_plain(dst, src, count, bytes_per_pixel);
-}
-
-void colour_from_gray_row(uint8_t* dst, const uint8_t* src, int64_t count, int bytes_per_pixel) {
-  colour_from_gray_row_plain(dst, src, count, bytes_per_pixel);
-}
-
 }  // namespace kel::imageprocess

@@ -39,13 +39,4 @@ void reverse_row_plain(uint8_t* dst, const uint8_t* src, int64_t count, int elem
   kBySize[element_bytes - 1](dst, src, count);
 }
 
-void transpose(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrdiff_t src_stride,
-               int64_t width, int64_t height, int element_bytes) {
-  transpose_plain(dst, dst_stride, src, src_stride, width, height, element_bytes);
-}
-
-void reverse_row(uint8_t* dst, const uint8_t* src, int64_t count, int element_bytes) {
-  reverse_row_plain(dst, src, count, element_bytes);
-}
-
 }  // namespace kel::imageprocess

@@ -1,0 +1,225 @@
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "core/transpose.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+#include "core/vector_targets.h"
+
+#include "core/turn.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace kel::imageprocess::HWY_NAMESPACE {
+
+#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128  // no vectors
+
+void transpose(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrdiff_t src_stride,
+               int64_t width, int64_t height, int element_bytes) {
+  transpose_plain(dst, dst_stride, src, src_stride, width, height, element_bytes);
+}
+
+#else
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+// One or two blocks of 16 bytes, the second one for rows further down.
+template <typename T>
+using Vectors = hn::CappedTag<T, 32 / sizeof(T)>;
+
+template <typename T>
+constexpr int block_count() {
+  return static_cast<int>(hn::MaxLanes(Vectors<T>()) * sizeof(T) / 16);
+}
+
+// 16 bytes from each of the rows that share a register.
+template <typename T>
+HWY_INLINE hn::Vec<Vectors<T> > load_blocks(const uint8_t* row, ptrdiff_t to_next_block) {
+  const hn::CappedTag<T, 16 / sizeof(T)> d16;
+  const auto first = hn::LoadU(d16, reinterpret_cast<const T*>(row));
+  if constexpr (block_count<T>() == 1) {
+    return first;
+  } else {
+    const auto second = hn::LoadU(d16, reinterpret_cast<const T*>(row + to_next_block));
+    return hn::Combine(Vectors<T>(), second, first);
+  }
+}
+
+// The two halves of a register, or the only one, to 16 bytes of one row each.
+template <typename V>
+HWY_INLINE void store_blocks(uint8_t* row, ptrdiff_t to_next_block, V v) {
+  const hn::CappedTag<uint8_t, 16> d16;
+  if constexpr (sizeof(V) == 16) {
+    hn::StoreU(v, d16, row);
+  } else {
+    hn::StoreU(hn::LowerHalf(d16, v), d16, row);
+    hn::StoreU(hn::UpperHalf(d16, v), d16, row + to_next_block);
+  }
+}
+
+// Transposes kSide x kSide elements in every 16-byte block: each round interleaves the first half
+// of the registers with the second, and after log2(kSide) rounds rows have become columns.
+template <int kSide, typename T, typename V>
+HWY_INLINE void transpose_registers(V (&v)[kSide]) {
+  const Vectors<T> d;
+  HWY_UNROLL(4)
+  for (int round = 1; round < kSide; round *= 2) {
+    V woven[kSide];
+    HWY_UNROLL(8)
+    for (int i = 0; i < kSide / 2; ++i) {
+      woven[2 * i] = hn::InterleaveLower(d, v[i], v[i + kSide / 2]);
+      woven[2 * i + 1] = hn::InterleaveUpper(d, v[i], v[i + kSide / 2]);
+    }
+    HWY_UNROLL(16)
+    for (int i = 0; i < kSide; ++i) v[i] = woven[i];
+  }
+}
+
+// Blocks of elements of 1, 2 or 4 bytes.
+template <typename T>
+struct Block {
+  static constexpr int kColumns = 16 / sizeof(T);
+  static constexpr int kRows = kColumns * block_count<T>();
+  static constexpr int kBytes = sizeof(T);
+
+  static HWY_INLINE void transpose(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src,
+                                   ptrdiff_t src_stride) {
+    hn::Vec<Vectors<T> > v[kColumns];
+    HWY_UNROLL(16)
+    for (int i = 0; i < kColumns; ++i) {
+      v[i] = load_blocks<T>(src + i * src_stride, kColumns * src_stride);
+    }
+    transpose_registers<kColumns, T>(v);
+    HWY_UNROLL(16)
+    for (int i = 0; i < kColumns; ++i) {
+      hn::StoreU(v[i], Vectors<T>(), reinterpret_cast<T*>(dst + i * dst_stride));
+    }
+  }
+};
+
+// Blocks of elements of 3 bytes. Rows are spread to 4 bytes an element, transposed as such and
+// packed again while they are stored. A block reads and writes nothing beyond its own bytes.
+struct Block3 {
+  static constexpr int kColumns = 8;
+  static constexpr int kRows = 16;
+  static constexpr int kBytes = 3;
+  using D = Vectors<uint8_t>;
+  using V = hn::Vec<D>;
+
+  // The second 16 bytes start at byte 8, not 12, to end with the eighth element.
+  static constexpr uint8_t kSpread[32] = {0, 1, 2, 0, 3, 4, 5, 0, 6,  7,  8,  0, 9,  10, 11, 0,
+                                          4, 5, 6, 0, 7, 8, 9, 0, 10, 11, 12, 0, 13, 14, 15, 0};
+  // Four lots of four elements, 12 bytes each, laid out so that two neighbours give 16 bytes.
+  static constexpr uint8_t kPack[4][16] = {
+      {0, 0, 0, 0, 0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14},
+      {0, 1, 2, 4, 0, 0, 0, 0, 5, 6, 8, 9, 10, 12, 13, 14},
+      {0, 1, 2, 4, 5, 6, 8, 9, 0, 0, 0, 0, 10, 12, 13, 14},
+      {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 0, 0, 0, 0},
+  };
+
+  static HWY_INLINE void transpose(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src,
+                                   ptrdiff_t src_stride) {
+    for (int part = 0; part < 2; part += block_count<uint8_t>()) {
+      transpose_part(dst + 4 * part * dst_stride, dst_stride, src + 8 * part, src_stride,
+                     hn::LoadU(D(), kSpread + 16 * part));
+    }
+  }
+
+ private:
+  static HWY_INLINE void transpose_part(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src,
+                                        ptrdiff_t src_stride, V spread) {
+    const Vectors<uint32_t> d32;
+    hn::Vec<Vectors<uint32_t> > v[4][4];
+    HWY_UNROLL(4)
+    for (int lot = 0; lot < 4; ++lot) {
+      HWY_UNROLL(4)
+      for (int i = 0; i < 4; ++i) {
+        const V row = load_blocks<uint8_t>(src + (4 * lot + i) * src_stride, 8);
+        v[lot][i] = hn::BitCast(d32, hn::TableLookupBytes(row, spread));
+      }
+      transpose_registers<4, uint32_t>(v[lot]);
+    }
+    HWY_UNROLL(4)
+    for (int i = 0; i < 4; ++i) {
+      store_row(dst + i * dst_stride, 4 * dst_stride, pack(v[0][i], 0), pack(v[1][i], 1),
+                pack(v[2][i], 2), pack(v[3][i], 3));
+    }
+  }
+
+  static HWY_INLINE V pack(hn::Vec<Vectors<uint32_t> > elements, int lot) {
+    const D d;
+    return hn::TableLookupBytes(hn::BitCast(d, elements), hn::LoadDup128(d, kPack[lot]));
+  }
+
+  static HWY_INLINE void store_row(uint8_t* row, ptrdiff_t to_next_block, V lot0, V lot1, V lot2,
+                                   V lot3) {
+    const D d;
+    store_blocks(row, to_next_block, hn::CombineShiftRightBytes<4>(d, lot1, lot0));
+    store_blocks(row + 16, to_next_block, hn::CombineShiftRightBytes<8>(d, lot2, lot1));
+    store_blocks(row + 32, to_next_block, hn::CombineShiftRightBytes<12>(d, lot3, lot2));
+  }
+};
+
+// Strips of columns two cache lines wide are taken downwards, so that the lines of src are used up
+// while they are near and the rows of dst grow from left to right; bands of rows keep the pages of
+// src that the next strip needs within reach. Blocks that would pass the end are moved back over
+// the ones before.
+template <typename B>
+void transpose_blocks(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrdiff_t src_stride,
+                      int64_t width, int64_t height) {
+  constexpr int64_t kBand = 512;
+  constexpr int64_t kStrip = 128 / B::kBytes / B::kColumns * B::kColumns;
+  for (int64_t band = 0; band < height; band += kBand) {
+    const int64_t band_end = HWY_MIN(band + kBand, height);
+    for (int64_t strip = 0; strip < width; strip += kStrip) {
+      const int64_t strip_end = HWY_MIN(strip + kStrip, width);
+      for (int64_t top = band; top < band_end; top += B::kRows) {
+        const int64_t y = HWY_MIN(top, height - B::kRows);
+        for (int64_t left = strip; left < strip_end; left += B::kColumns) {
+          const int64_t x = HWY_MIN(left, width - B::kColumns);
+          B::transpose(dst + x * dst_stride + y * B::kBytes, dst_stride,
+                       src + y * src_stride + x * B::kBytes, src_stride);
+        }
+      }
+    }
+  }
+}
+
+template <typename B>
+void transpose_with(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrdiff_t src_stride,
+                    int64_t width, int64_t height) {
+  if (width < B::kColumns || height < B::kRows) {
+    return transpose_plain(dst, dst_stride, src, src_stride, width, height, B::kBytes);
+  }
+  transpose_blocks<B>(dst, dst_stride, src, src_stride, width, height);
+}
+
+void transpose(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrdiff_t src_stride,
+               int64_t width, int64_t height, int element_bytes) {
+  switch (element_bytes) {
+    case 1:
+      return transpose_with<Block<uint8_t> >(dst, dst_stride, src, src_stride, width, height);
+    case 2:
+      return transpose_with<Block<uint16_t> >(dst, dst_stride, src, src_stride, width, height);
+    case 4:
+      return transpose_with<Block<uint32_t> >(dst, dst_stride, src, src_stride, width, height);
+    default:
+      return transpose_with<Block3>(dst, dst_stride, src, src_stride, width, height);
+  }
+}
+
+#endif
+
+}  // namespace kel::imageprocess::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace kel::imageprocess {
+
+HWY_EXPORT(transpose);
+
+void transpose(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrdiff_t src_stride,
+               int64_t width, int64_t height, int element_bytes) {
+  HWY_DYNAMIC_DISPATCH(transpose)
+  (dst, dst_stride, src, src_stride, width, height, element_bytes);
+}
+
+}  // namespace kel::imageprocess
+#endif
