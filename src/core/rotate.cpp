@@ -54,7 +54,7 @@ void turn_grid(Grid<uint8_t> dst, Grid<const uint8_t> src, Turn turn, int elemen
   if (!has_turned_size(dst, src, turn)) return;
   if (turn == Turn::kHalf) {
     for (int64_t y = 0; y < src.height; ++y) {
-      reverse_row(dst.data + (src.height - 1 - y) * dst.stride, src.data + y * src.stride,
+      reverse_row(dst.data + y * dst.stride, src.data + (src.height - 1 - y) * src.stride,
                   src.width, element_bytes);
     }
     return;
