@@ -11,24 +11,31 @@ namespace {
 
 constexpr int kNeutralChroma = 128;
 
-template <uint32_t Code>
-void colour_to_gray(const KelPixelRegion& dst, const KelPixelRegion& src) {
-  PixelRegion_<QX_FMT_GRAY> gray(dst);
-  const PixelRegion_<Code> colour(src);
-  for (int64_t y = 0; y < gray.plane.rows; ++y) {
-    gray_from_colour_row(gray.plane.row(y), colour.plane.row(y), gray.plane.row_bytes,
-                         colour.kBytesPerPixel);
+// Calls loop(dst row, src row, pixels, bytes per pixel of colour) for every row of dst; for all
+// rows at once where none has padding.
+template <typename Dst, typename Src, typename Loop>
+void for_each_row(Dst dst, const Src& src, int bytes_per_pixel, Loop loop) {
+  int64_t rows = dst.plane.rows;
+  int64_t pixels = int64_t{dst.width};
+  if (dst.plane.is_packed() && src.plane.is_packed() && dst.width == src.width) {
+    pixels *= rows;
+    rows = 1;
+  }
+  for (int64_t y = 0; y < rows; ++y) {
+    loop(dst.plane.row(y), src.plane.row(y), pixels, bytes_per_pixel);
   }
 }
 
 template <uint32_t Code>
+void colour_to_gray(const KelPixelRegion& dst, const KelPixelRegion& src) {
+  for_each_row(PixelRegion_<QX_FMT_GRAY>(dst), PixelRegion_<Code>(src), bytes_per_pixel(Code),
+               gray_from_colour_row);
+}
+
+template <uint32_t Code>
 void gray_to_colour(const KelPixelRegion& dst, const KelPixelRegion& src) {
-  PixelRegion_<Code> colour(dst);
-  const PixelRegion_<QX_FMT_GRAY> gray(src);
-  for (int64_t y = 0; y < colour.plane.rows; ++y) {
-    colour_from_gray_row(colour.plane.row(y), gray.plane.row(y), int64_t{colour.width},
-                         colour.kBytesPerPixel);
-  }
+  for_each_row(PixelRegion_<Code>(dst), PixelRegion_<QX_FMT_GRAY>(src), bytes_per_pixel(Code),
+               colour_from_gray_row);
 }
 
 // As many rows and bytes as dst has.

@@ -157,15 +157,15 @@ struct Block3 {
   }
 };
 
-// Strips of columns two cache lines wide are taken downwards, so that the lines of src are used up
-// while they are near and the rows of dst grow from left to right; bands of rows keep the pages of
-// src that the next strip needs within reach. Blocks that would pass the end are moved back over
-// the ones before.
+// Strips of columns a few cache lines wide are taken downwards, so that src is read in runs that
+// its lines and the processor's prefetching are good for, and the rows of dst grow from left to
+// right; bands of rows keep the pages of src that the next strip needs within reach. Blocks that
+// would pass the end are moved back over the ones before.
 template <typename B>
 void transpose_blocks(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrdiff_t src_stride,
                       int64_t width, int64_t height) {
   constexpr int64_t kBand = 512;
-  constexpr int64_t kStrip = 128 / B::kBytes / B::kColumns * B::kColumns;
+  constexpr int64_t kStrip = 512 / B::kBytes / B::kColumns * B::kColumns;
   for (int64_t band = 0; band < height; band += kBand) {
     const int64_t band_end = HWY_MIN(band + kBand, height);
     for (int64_t strip = 0; strip < width; strip += kStrip) {
