@@ -1,17 +1,18 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
-#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
 
 namespace kel::mask {
 
-// 255 where a pixel of src is above level, 0 elsewhere: cv::threshold without its set-up, in place
-// if wanted. CV_8UC1 matrices of one size.
-inline void binarise(const cv::Mat& src, cv::Mat& dst, int32_t level) {
-  for (int32_t y = 0; y < src.rows; ++y) {
-    const uint8_t* from = src.ptr(y);
-    uint8_t* to = dst.ptr(y);
-    for (int32_t x = 0; x < src.cols; ++x) to[x] = from[x] > level ? 255 : 0;
+// 255 where a pixel of src is above level, 0 elsewhere; in place if wanted. CV_8UC1 matrices of one
+// size. OpenCV counts the pixels of a call in 32 bits, so large images are done in parts.
+inline void binarise(const cv::Mat& src, cv::Mat& dst, double level) {
+  const int rows = std::max(1, (1 << 30) / src.cols);
+  for (int y = 0; y < src.rows; y += rows) {
+    const cv::Range part(y, std::min(y + rows, src.rows));
+    cv::threshold(src.rowRange(part), dst.rowRange(part), level, 255.0, cv::THRESH_BINARY);
   }
 }
 

@@ -1,9 +1,11 @@
 #include "mask/make_edge_add.h"
 
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <opencv2/imgproc.hpp>
 
+#include "mask/binarise.h"
 #include "morvik/morvik.h"
 
 namespace kel::mask {
@@ -28,19 +30,12 @@ void sum_brightness(const cv::Mat& guide, int32_t y, int32_t x, int32_t radius, 
   }
 }
 
-// |mean of the window behind position j + half - mean of the one in front of it|
-int32_t haar_response(const int32_t* sums, int32_t j, int32_t half) {
-  if (half == 0) return 0;
-  const int32_t left = (sums[j + half] - sums[j]) / half;
-  const int32_t right = (sums[j + 2 * half] - sums[j + half]) / half;
-  return std::abs(left - right);
-}
-
 }  // namespace
 
 uint32_t make_edge_add(cv::Mat& mask, uint32_t radius, const cv::Mat& guide) {
   if (mask.rows != guide.rows || mask.cols != guide.cols) return kUnusableSize;
-  cv::threshold(mask, mask, 254.0, 255.0, cv::THRESH_BINARY);
+  if (radius < 2 || radius > kLargestRadius) return kUnusableSize;
+  binarise(mask, mask, 254.0);
   Contours contours;
   Hierarchy hierarchy;
   cv::findContours(mask, contours, hierarchy, cv::RETR_TREE, cv::CHAIN_APPROX_NONE);
@@ -96,23 +91,22 @@ int32_t haar_move_window_limit(const int32_t* sums, int32_t radius, int32_t half
   const int32_t count = 2 * radius + 2 - 2 * half;
   if (count <= 0) return 0;
 
-  int64_t total = 0;
+  // means[j] of the window that starts at j; a response is the difference of two adjacent means.
+  std::array<int32_t, 2 * kLargestRadius + 2> means{};
+  for (int32_t j = 0; half > 0 && j < count + half; ++j) {
+    means[j] = (sums[j + half] - sums[j]) / half;
+  }
+  std::array<int32_t, 2 * kLargestRadius + 2> responses{};
+  int32_t total = 0;
   int32_t strongest = 0;
-  int32_t highest = -1;
   for (int32_t j = 0; j < count; ++j) {
-    const int32_t response = haar_response(sums, j, half);
-    total += response;
-    if (response > highest) {
-      highest = response;
-      strongest = j;
-    }
+    responses[j] = std::abs(means[j] - means[j + half]);
+    total += responses[j];
+    if (responses[j] > responses[strongest]) strongest = j;
   }
   const double mean = static_cast<double>(total) / count;
   double squares = 0.0;
-  for (int32_t j = 0; j < count; ++j) {
-    const double difference = haar_response(sums, j, half) - mean;
-    squares += difference * difference;
-  }
+  for (int32_t j = 0; j < count; ++j) squares += (responses[j] - mean) * (responses[j] - mean);
   if (std::sqrt(squares / count) < kClearEdge) return 0;
   return strongest - count / 2;
 }

@@ -15,9 +15,12 @@ using Hierarchy = std::vector<cv::Vec4i>;
 // Inside the mask pipeline only: a kernel or a matrix of unusable size.
 inline constexpr uint32_t kUnusableSize = 7;
 
+inline constexpr int32_t kLargestRadius = 31;
+
 // mask: CV_8UC1, binarised (only 255 counts) and replaced by the redrawn one. guide: CV_8UC3 of
-// the same size, continuous. radius: 2 pixels or more. Returns kUnusableSize for different sizes
-// and MVK_BAD_ARGUMENT when there is no contour; the mask then stays binarised.
+// the same size, continuous. radius: 2 to kLargestRadius pixels. Returns kUnusableSize for
+// different sizes or another radius, and MVK_BAD_ARGUMENT when there is no contour: the mask is
+// then binary.
 uint32_t make_edge_add(cv::Mat& mask, uint32_t radius, const cv::Mat& guide);
 
 // Redraws mask from its contours after moving them; contours returns the moved ones.

@@ -4,6 +4,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "core/saturate.h"
+#include "mask/binarise.h"
 #include "mask/caller_mat.h"
 #include "mask/make_edge_add.h"
 #include "mask/mk_blur.h"
@@ -56,11 +57,11 @@ uint32_t use_opencv(const KelPixelRegion& dst, const KelPixelRegion& mask, uint3
   if (!fits_opencv(width, height) || !fits_opencv(dst.width, dst.height)) return MVK_OK;
   const cv::Size working(static_cast<int>(width), static_cast<int>(height));
 
-  cv::Mat binary;
+  cv::Mat binary(coarse.size(), CV_8UC1);
   cv::Mat work;
-  cv::threshold(coarse, binary, kSure, 255.0, cv::THRESH_BINARY);
+  binarise(coarse, binary, kSure);
   cv::resize(binary, work, working, 0.0, 0.0, cv::INTER_LINEAR);
-  cv::threshold(work, work, kSure, 255.0, cv::THRESH_BINARY);
+  binarise(work, work, kSure);
   if (mode == 1) snap_to_guide(work, packed_mat(guide, CV_8UC3));
   cv::Mat rounded(working, CV_8UC1);
   median(work, rounded, static_cast<int>(ksize));

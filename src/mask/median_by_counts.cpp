@@ -128,33 +128,47 @@ HWY_INLINE void count_pixel(const ColumnHistograms& all, int64_t column, uint8_t
   count(all.values + 16 * ((value >> 4) * int64_t{all.columns} + column), value & 15);
 }
 
-void clear_column(const ColumnHistograms& all, int64_t column) {
+HWY_INLINE int64_t clamp_to(int64_t at, int64_t end) {
+  return at < 0 ? 0 : at < end ? at : end - 1;
+}
+
+// Counts a column about row y from nothing.
+void restart_column(const ColumnHistograms& all, int64_t column, int32_t y) {
+  const int64_t x = clamp_to(all.left + column, all.src->cols);
   std::memset(all.groups + 16 * column, 0, 16);
   for (int64_t group = 0; group < 16; ++group) {
     std::memset(all.values + 16 * (group * all.columns + column), 0, 16);
   }
+  for (int32_t i = -all.radius; i <= all.radius; ++i) {
+    count_pixel<1>(all, column, all.row(y + i)[x]);
+  }
+  all.centre[column] = y;
 }
 
-// Brings a column to the window of row y.
-void update_column(const ColumnHistograms& all, int64_t column, int32_t y) {
-  const int32_t rows = all.src->rows;
-  const auto clamp = [](int64_t at, int64_t end) { return at < 0 ? 0 : at < end ? at : end - 1; };
-  const auto pitch = static_cast<int64_t>(all.src->step.p[0]);
-  const uint8_t* pixels = all.src->data + clamp(all.left + column, all.src->cols);
-  const auto pixel = [&](int64_t row) { return pixels[clamp(row, rows) * pitch]; };
-  int32_t& centre = all.centre[column];
-  if (y - centre > all.radius) {
-    clear_column(all, column);
-    for (int32_t i = -all.radius; i <= all.radius; ++i) count_pixel<1>(all, column, pixel(y + i));
-    centre = y;
-  }
-  for (; centre < y; ++centre) {
-    const uint8_t leaving = pixel(centre - all.radius);
-    const uint8_t entering = pixel(centre + all.radius + 1);
+// Moves columns [first, last] down to row `to`, where they are not there yet.
+HWY_INLINE void move_columns(const ColumnHistograms& all, int64_t first, int64_t last, int32_t to) {
+  const uint8_t* leaving_row = all.row(to - 1 - all.radius);
+  const uint8_t* entering_row = all.row(to + all.radius);
+  for (int64_t column = first; column <= last; ++column) {
+    if (all.centre[column] != to - 1) continue;
+    all.centre[column] = to;
+    const int64_t x = clamp_to(all.left + column, all.src->cols);
+    const uint8_t leaving = leaving_row[x];
+    const uint8_t entering = entering_row[x];
     if (leaving == entering) continue;
     count_pixel<-1>(all, column, leaving);
     count_pixel<1>(all, column, entering);
   }
+}
+
+// Brings columns [first, last] to the windows of row y.
+void update_columns(const ColumnHistograms& all, int64_t first, int64_t last, int32_t y) {
+  int32_t oldest = y;
+  for (int64_t column = first; column <= last; ++column) {
+    if (y - all.centre[column] > all.radius) restart_column(all, column, y);
+    if (all.centre[column] < oldest) oldest = all.centre[column];
+  }
+  while (oldest < y) move_columns(all, first, last, ++oldest);
 }
 
 // Sixteen cumulative counts of a window.
@@ -199,9 +213,7 @@ struct WindowCounts {
 void select_run(const ColumnHistograms& all, const uint8_t* open, int32_t first, int32_t last,
                 int32_t y, uint8_t* result) {
   const int32_t side = 2 * all.radius + 1;
-  for (int32_t x = first; x < last + side; ++x) {
-    if (all.centre[x] != y) update_column(all, x, y);
-  }
+  update_columns(all, first, last + side - 1, y);
   WindowCounts groups;
   WindowCounts values[16];
   int32_t place[16];  // where the window stands that values[group] counts

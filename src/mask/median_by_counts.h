@@ -56,6 +56,12 @@ struct ColumnHistograms {
   uint8_t* groups;  // [column][16]: pixels whose upper four bits are at most i
   uint8_t* values;  // [group][column][16]: pixels of the group whose lower four are at most i
   static constexpr int32_t kNever = INT32_MIN / 2;
+
+  // Row y, the border rows repeated.
+  const uint8_t* row(int64_t y) const {
+    const int64_t end = src->rows - 1;
+    return src->ptr(static_cast<int>(y < 0 ? 0 : y < end ? y : end));
+  }
 };
 
 }  // namespace kel::mask
