@@ -1,5 +1,6 @@
 // mvk_mask_morph and mvk_smooth against the OpenCV calls that define them.
 #include <gtest/gtest.h>
+#include <hwy/targets.h>
 
 #include "mask/masks.h"
 #include "mask/mk_blur.h"
@@ -36,6 +37,13 @@ TEST(Morph, EveryShapeAndKind) {
                      5);
       }
     }
+  }
+}
+
+TEST(Morph, WiderThanAStrip) {
+  for (const int amount : {8, -31, 64, -100, 199}) {
+    expect_morph(test::make_mask(Kind::Soft, 2200, 90), amount);
+    expect_morph(test::make_mask(Kind::Specks, 2200, 90), amount);
   }
 }
 
@@ -116,6 +124,29 @@ TEST(Smooth, MedianOfEveryKernelAndKind) {
           MKBlur::Median);
     }
   }
+}
+
+TEST(Smooth, MedianWiderThanABlock) {
+  for (const int ksize : {7, 15, 25, 199}) {
+    for (const Kind kind : {Kind::Soft, Kind::Noise, Kind::Gradient, Kind::Checker}) {
+      expect_smooth(test::make_mask(kind, 2100, 60), ksize, MKBlur::Median);
+    }
+  }
+}
+
+// The processor's best instructions are what runs elsewhere in these tests.
+TEST(Filters, EveryInstructionSet) {
+  for (int64_t rest = hwy::SupportedTargets(); rest != 0; rest &= rest - 1) {
+    hwy::SetSupportedTargetsForTest(rest & -rest);
+    for (const Kind kind : {Kind::Noise, Kind::Specks, Kind::Soft, Kind::Lines}) {
+      for (const int side : {7, 12, 31, 64, 101}) {
+        expect_morph(test::make_mask(kind, 301, 77), side);
+        expect_morph(test::make_mask(kind, 301, 77), -side);
+        expect_smooth(test::make_mask(kind, 301, 77), side | 1, MKBlur::Median);
+      }
+    }
+  }
+  hwy::SetSupportedTargetsForTest(0);
 }
 
 TEST(Smooth, EveryTypeAndShape) {
