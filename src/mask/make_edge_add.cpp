@@ -1,6 +1,5 @@
 #include "mask/make_edge_add.h"
 
-#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <opencv2/imgproc.hpp>
@@ -92,11 +91,11 @@ int32_t haar_move_window_limit(const int32_t* sums, int32_t radius, int32_t half
   if (count <= 0) return 0;
 
   // means[j] of the window that starts at j; a response is the difference of two adjacent means.
-  std::array<int32_t, 2 * kLargestRadius + 2> means{};
+  int32_t means[2 * kLargestRadius + 2] = {};
   for (int32_t j = 0; half > 0 && j < count + half; ++j) {
     means[j] = (sums[j + half] - sums[j]) / half;
   }
-  std::array<int32_t, 2 * kLargestRadius + 2> responses{};
+  int32_t responses[2 * kLargestRadius + 2];
   int32_t total = 0;
   int32_t strongest = 0;
   for (int32_t j = 0; j < count; ++j) {
