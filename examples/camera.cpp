@@ -56,7 +56,7 @@ Pixels smooth_mask(const QX_OFFSCREEN& frame, const QX_OFFSCREEN& coarse) {
 //! [border]
 using Outline = std::vector<TPOINT>;
 
-// The outlines of a mask grown by `width` pixels: where the border of a sticker ends.
+// The outlines of a mask grown by width pixels: where the border of a sticker ends.
 std::vector<Outline> sticker_border(const QX_OFFSCREEN& mask, uint16_t width) {
   MKOutlineMode mode{};
   mode.mode = MK_OMODE_FILL_STROKE;

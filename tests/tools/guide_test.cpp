@@ -23,7 +23,7 @@ std::string passage(const std::string& file, const std::string& name) {
   return text.substr(start, text.find(mark, start) - start);
 }
 
-void expect_code_of_examples(const std::string& page, ptrdiff_t least) {
+void expect_code_of_examples(const std::string& page, ptrdiff_t blocks) {
   const std::string text = read(page);
   const std::regex block(
       R"(<!-- (examples/[a-z_.]+)(?: \[([a-z]+)\])? -->\n```[a-z]*\n([^`]*)```)");
@@ -31,7 +31,7 @@ void expect_code_of_examples(const std::string& page, ptrdiff_t least) {
   for (std::sregex_iterator it = first; it != std::sregex_iterator(); ++it) {
     EXPECT_EQ((*it)[3].str(), passage((*it)[1], (*it)[2])) << page << ": " << (*it)[0];
   }
-  EXPECT_GE(std::distance(first, std::sregex_iterator()), least) << page;
+  EXPECT_EQ(std::distance(first, std::sregex_iterator()), blocks) << page;
 }
 
 TEST(Guide, ShowsTheCodeOfTheExamples) {
