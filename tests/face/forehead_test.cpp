@@ -45,11 +45,16 @@ TEST(Conic, FitsAndEvaluatesBothWays) {
     Eigen::MatrixXd ellipse(2, 7);
     for (int i = 0; i < 7; ++i) {
       const double y = 0.3 * std::sin(i * 0.8);
-      ellipse.col(i) << 0.5 * std::cos(i * 0.8) + skew * y, y;
+      ellipse.col(i) << 0.5 * std::cos(i * 0.8) + skew * y + 0.07, y + 0.04;
     }
     const Forehead::Conic conic(ellipse);
-    EXPECT_NEAR(conic.coefficients[0], -4.0, 1e-12);
-    EXPECT_NEAR(conic.y_plus, -0.3 / std::sqrt(1.0 + 0.36 * skew * skew), 1e-12);
+    const double scale = conic.coefficients[0] / -4.0;  // the constant term is 1
+    EXPECT_NEAR(conic.coefficients[2] / scale, -1 / 0.09 - 4 * skew * skew, 1e-11);
+    EXPECT_LT(conic.y_plus, conic.y_minus);
+    EXPECT_LT(conic.y_plus, 0.0);
+    for (const double y : {conic.y_plus, conic.y_minus}) {
+      EXPECT_NEAR((conic.coefficients[2] * y + conic.coefficients[4]) * y, -1.0, 1e-12);
+    }
     for (const bool for_x : {true, false}) {
       auto q = conic.coefficients;
       q[for_x ? 0 : 2] = static_cast<float>(q[for_x ? 0 : 2]);
