@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Prints Google Benchmark's JSON results as tables of ratios: peer time / Morvik's time."""
+import argparse
 import json
-import sys
+import re
 
 
 def medians(paths):
@@ -15,10 +16,28 @@ def medians(paths):
                     yield operation, size, who, row["real_time"], row.get("peak_bytes", 0)
 
 
+def print_highlights(groups, pattern):
+    """Ratios only, of the comparisons whose "operation|size" matches."""
+    print("| operation | size | Morvik, us | compared with | ratio |")
+    print("|---|---|---:|---|---:|")
+    for (operation, size), results in groups.items():
+        if "morvik" in results and re.fullmatch(pattern, f"{operation}|{size}"):
+            time = results.pop("morvik")[0]
+            for who, (peer_time, _) in results.items():
+                print(f"| {operation} | {size} | {time:.0f} | {who} | {peer_time / time:.1f} |")
+
+
 def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--highlights", metavar="PATTERN", help="only these, without the peaks")
+    parser.add_argument("results", nargs="+", help="JSON files")
+    arguments = parser.parse_args()
     groups = {}
-    for operation, size, who, time, peak in medians(sys.argv[1:]):
+    for operation, size, who, time, peak in medians(arguments.results):
         groups.setdefault((operation, size), {})[who] = time, peak
+    if arguments.highlights:
+        print_highlights(groups, arguments.highlights)
+        return
     print("| operation | size | Morvik, us | peak, KB | peer | peer, us | peak, KB | ratio |")
     print("|---|---|---:|---:|---|---:|---:|---:|")
     for (operation, size), results in groups.items():

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds the benchmarks and compares every operation with its peers: peer time / Morvik's time.
 #   scripts/bench.sh [regular expression]   prints the comparisons whose name matches
-#   scripts/bench.sh --write                runs all and writes docs/benchmarks.md
+#   scripts/bench.sh --write                runs all, writes docs/benchmarks.md and README's table
 # The contestants of a comparison run interleaved in one process; each figure is the median of
 # REPETITIONS runs (default 9) of at least MIN_TIME seconds (default 0.02).
 set -euo pipefail
@@ -14,9 +14,12 @@ cmake --build --preset release >&2
 filter=${1:-.}
 [ "$filter" != --write ] || filter=.
 families=(plain mask outline face)
+rm -rf out/bench
 mkdir -p out/bench
 for family in "${families[@]}"; do
-  build/release/bench/morvik_bench_"$family" --benchmark_filter="$filter" \
+  program=build/release/bench/morvik_bench_$family
+  "$program" --benchmark_list_tests --benchmark_filter="$filter" 2>/dev/null | grep -q . || continue
+  "$program" --benchmark_filter="$filter" \
     --benchmark_enable_random_interleaving=true \
     --benchmark_repetitions="${REPETITIONS:-9}" --benchmark_min_time="${MIN_TIME:-0.02}" \
     --benchmark_report_aggregates_only=true \
@@ -49,3 +52,14 @@ EOF2
     python3 bench/table.py out/bench/"$family".json
   done
 } >docs/benchmarks.md
+
+highlights='(turn 90 .*|GRAY <- RGB24|NV21 <- RGB24|bounding box, photographer'
+highlights+='|mask smooth, hopper, limit (640|1024), snapping|fill holes, photographer'
+highlights+='|morphology, photographer, amount (8|50|200)|median of hopper, kernel 25'
+highlights+='|outline, hopper, mode [036], expand 12, smooth 3)\|1920x1080'
+highlights+='|outline, noise.*\|1024x1024|forehead.*'
+table=$(mktemp)
+python3 bench/table.py --highlights "$highlights" out/bench/*.json >"$table"
+sed -i -e "/^<!-- benchmarks -->/,/^<!-- end of benchmarks -->/{//!d}" \
+  -e "/^<!-- benchmarks -->/r $table" README.md
+rm "$table"
