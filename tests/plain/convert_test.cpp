@@ -2,10 +2,7 @@
 #include <gtest/gtest.h>
 #include <libyuv.h>
 
-#include <vector>
-
-#include "core/convert.h"
-#include "support/bad_arguments.h"
+#include "core/format.h"
 #include "support/test_image.h"
 
 namespace {
@@ -13,53 +10,48 @@ namespace {
 using test::TestImage;
 using Image = const QX_OFFSCREEN&;
 
+// One plane to one, two to one, one to two, or two to two: the planes in order, then the size.
 template <auto Function>
-void packed(Image d, Image s, int w, int h) {
-  Function(s.plane[0], s.pitch[0], d.plane[0], d.pitch[0], w, h);
-}
-template <auto Function>
-void from_nv(Image d, Image s, int w, int h) {
-  Function(s.plane[0], s.pitch[0], s.plane[1], s.pitch[1], d.plane[0], d.pitch[0], w, h);
-}
-template <auto Function>
-void to_nv(Image d, Image s, int w, int h) {
-  Function(s.plane[0], s.pitch[0], d.plane[0], d.pitch[0], d.plane[1], d.pitch[1], w, h);
-}
-template <auto Function>
-void rgb24_to_nv(Image d, Image s, int w, int h) {
-  std::vector<uint8_t> whole(size_t{4} * static_cast<size_t>(w) * static_cast<size_t>(h));
-  libyuv::RGB24ToARGB(s.plane[0], s.pitch[0], whole.data(), 4 * w, w, h);
-  Function(whole.data(), 4 * w, d.plane[0], d.pitch[0], d.plane[1], d.pitch[1], w, h);
-}
-void swap_uv(Image d, Image s, int w, int h) {
-  libyuv::NV21ToNV12(s.plane[0], s.pitch[0], s.plane[1], s.pitch[1], d.plane[0], d.pitch[0],
-                     d.plane[1], d.pitch[1], w, h);
-}
-
-// Pixel by pixel: `put` moves pixel (x, y), given its first byte on either side.
-template <int DstBytes, int SrcBytes, auto Put>
-void each_pixel(Image d, Image s, int w, int h) {
-  for (int y = 0; y < h; ++y) {
-    for (int x = 0; x < w; ++x) {
-      Put(d.plane[0] + y * d.pitch[0] + x * DstBytes, s.plane[0] + y * s.pitch[0] + x * SrcBytes);
-    }
+void yuv(Image d, Image s, int w, int h) {
+  if constexpr (std::is_invocable_v<decltype(Function), uint8_t*, int, uint8_t*, int, int, int>) {
+    Function(s.plane[0], s.pitch[0], d.plane[0], d.pitch[0], w, h);
+  } else if constexpr (std::is_same_v<decltype(Function), decltype(&libyuv::NV21ToNV12)>) {
+    Function(s.plane[0], s.pitch[0], s.plane[1], s.pitch[1], d.plane[0], d.pitch[0], d.plane[1],
+             d.pitch[1], w, h);
+  } else {
+    const Image middle = s.plane[1] != nullptr ? s : d;
+    const int at = s.plane[1] != nullptr ? 1 : 0;
+    Function(s.plane[0], s.pitch[0], middle.plane[at], middle.pitch[at], d.plane[1 - at],
+             d.pitch[1 - at], w, h);
   }
 }
-void put_mean(uint8_t* d, const uint8_t* s) { *d = static_cast<uint8_t>((s[0] + s[1] + s[2]) / 3); }
-void put_one(uint8_t* d, const uint8_t* s) { *d = *s; }
-void put_three(uint8_t* d, const uint8_t* s) { d[0] = d[1] = d[2] = *s; }
-void put_opaque(uint8_t* d, const uint8_t* s) {
-  put_three(d, s);
-  d[3] = 255;
+
+template <auto Function>
+void by_way_of_argb(Image d, Image s, int w, int h) {
+  TestImage whole(QX_FMT_ARGB, w, h);
+  yuv<libyuv::RGB24ToARGB>(whole.descriptor(), s, w, h);
+  yuv<Function>(d, whole.descriptor(), w, h);
+}
+
+void gray(Image d, Image s, int w, int h) {
+  const int dst_bytes = kel::imageprocess::bytes_per_pixel(d.format);
+  const int src_bytes = kel::imageprocess::bytes_per_pixel(s.format);
+  for (int i = 0; i < w * h; ++i) {
+    uint8_t* to = d.plane[0] + i / w * d.pitch[0] + i % w * dst_bytes;
+    const uint8_t* from = s.plane[0] + i / w * s.pitch[0] + i % w * src_bytes;
+    const int value = src_bytes == 1 ? from[0] : (from[0] + from[1] + from[2]) / 3;
+    for (int k = 0; k < dst_bytes; ++k) to[k] = static_cast<uint8_t>(k < 3 ? value : 255);
+  }
 }
 template <int Offset>
 void gray_to_nv(Image d, Image s, int w, int h) {
-  for (int y = 0; y < h / 2; ++y) {
+  const int chroma_end = h / 2 * d.pitch[1];
+  for (int at = 0; at < chroma_end; at += d.pitch[1]) {
     for (int x = Offset; x < (w & ~1) + Offset; ++x) {
-      if (y * d.pitch[1] + x < h / 2 * d.pitch[1]) d.plane[1][y * d.pitch[1] + x] = 128;
+      if (at + x < chroma_end) d.plane[1][at + x] = 128;
     }
   }
-  each_pixel<1, 1, put_one>(d, s, w & ~1, h & ~1);
+  gray(d, s, w & ~1, h & ~1);
 }
 
 struct Pair {
@@ -68,115 +60,74 @@ struct Pair {
   void (*judge)(Image d, Image s, int w, int h);
 };
 const Pair kPairs[]{
-    {QX_FMT_RGB24, QX_FMT_ARGB, packed<libyuv::ARGBToRGB24>},
-    {QX_FMT_RGB24, QX_FMT_NV12, from_nv<libyuv::NV12ToRGB24>},
-    {QX_FMT_RGB24, QX_FMT_NV21, from_nv<libyuv::NV21ToRGB24>},
-    {QX_FMT_ARGB, QX_FMT_RGB24, packed<libyuv::RGB24ToARGB>},
-    {QX_FMT_ARGB, QX_FMT_NV12, from_nv<libyuv::NV12ToARGB>},
-    {QX_FMT_ARGB, QX_FMT_NV21, from_nv<libyuv::NV21ToARGB>},
-    {QX_FMT_ABGR, QX_FMT_NV12, from_nv<libyuv::NV12ToABGR>},
-    {QX_FMT_ABGR, QX_FMT_NV21, from_nv<libyuv::NV21ToABGR>},
-    {QX_FMT_NV12, QX_FMT_RGB24, rgb24_to_nv<libyuv::ARGBToNV12>},
-    {QX_FMT_NV12, QX_FMT_ARGB, to_nv<libyuv::ARGBToNV12>},
-    {QX_FMT_NV12, QX_FMT_ABGR, to_nv<libyuv::ABGRToNV12>},
-    {QX_FMT_NV12, QX_FMT_NV21, swap_uv},
-    {QX_FMT_NV21, QX_FMT_RGB24, rgb24_to_nv<libyuv::ARGBToNV21>},
-    {QX_FMT_NV21, QX_FMT_ARGB, to_nv<libyuv::ARGBToNV21>},
-    {QX_FMT_NV21, QX_FMT_ABGR, to_nv<libyuv::ABGRToNV21>},
-    {QX_FMT_NV21, QX_FMT_NV12, swap_uv},
-    {QX_FMT_GRAY, QX_FMT_RGB24, each_pixel<1, 3, put_mean>},
-    {QX_FMT_GRAY, QX_FMT_ARGB, each_pixel<1, 4, put_mean>},
-    {QX_FMT_GRAY, QX_FMT_NV12, each_pixel<1, 1, put_one>},
-    {QX_FMT_GRAY, QX_FMT_NV21, each_pixel<1, 1, put_one>},
-    {QX_FMT_RGB24, QX_FMT_GRAY, each_pixel<3, 1, put_three>},
-    {QX_FMT_ARGB, QX_FMT_GRAY, each_pixel<4, 1, put_opaque>},
+    {QX_FMT_RGB24, QX_FMT_ARGB, yuv<libyuv::ARGBToRGB24>},
+    {QX_FMT_RGB24, QX_FMT_NV12, yuv<libyuv::NV12ToRGB24>},
+    {QX_FMT_RGB24, QX_FMT_NV21, yuv<libyuv::NV21ToRGB24>},
+    {QX_FMT_ARGB, QX_FMT_RGB24, yuv<libyuv::RGB24ToARGB>},
+    {QX_FMT_ARGB, QX_FMT_NV12, yuv<libyuv::NV12ToARGB>},
+    {QX_FMT_ARGB, QX_FMT_NV21, yuv<libyuv::NV21ToARGB>},
+    {QX_FMT_ABGR, QX_FMT_NV12, yuv<libyuv::NV12ToABGR>},
+    {QX_FMT_ABGR, QX_FMT_NV21, yuv<libyuv::NV21ToABGR>},
+    {QX_FMT_NV12, QX_FMT_RGB24, by_way_of_argb<libyuv::ARGBToNV12>},
+    {QX_FMT_NV12, QX_FMT_ARGB, yuv<libyuv::ARGBToNV12>},
+    {QX_FMT_NV12, QX_FMT_ABGR, yuv<libyuv::ABGRToNV12>},
+    {QX_FMT_NV12, QX_FMT_NV21, yuv<libyuv::NV21ToNV12>},
+    {QX_FMT_NV21, QX_FMT_RGB24, by_way_of_argb<libyuv::ARGBToNV21>},
+    {QX_FMT_NV21, QX_FMT_ARGB, yuv<libyuv::ARGBToNV21>},
+    {QX_FMT_NV21, QX_FMT_ABGR, yuv<libyuv::ABGRToNV21>},
+    {QX_FMT_NV21, QX_FMT_NV12, yuv<libyuv::NV21ToNV12>},
+    {QX_FMT_GRAY, QX_FMT_RGB24, gray},
+    {QX_FMT_GRAY, QX_FMT_ARGB, gray},
+    {QX_FMT_GRAY, QX_FMT_NV12, gray},
+    {QX_FMT_GRAY, QX_FMT_NV21, gray},
+    {QX_FMT_RGB24, QX_FMT_GRAY, gray},
+    {QX_FMT_ARGB, QX_FMT_GRAY, gray},
     {QX_FMT_NV12, QX_FMT_GRAY, gray_to_nv<1>},
     {QX_FMT_NV21, QX_FMT_GRAY, gray_to_nv<0>},
 };
 
-void expect_converted(uint32_t to, uint32_t from, test::Shape shape, int dst_pad, int src_pad) {
-  const TestImage src(from, shape.width, shape.height, src_pad, src_pad, 1);
-  TestImage dst(to, shape.width, shape.height, dst_pad, dst_pad, 2);
-  TestImage expected = dst.clone();
+void judge(TestImage& expected, const TestImage& src, int w, int h) {
   for (const Pair& pair : kPairs) {
-    if (pair.dst == to && pair.src == from) {
-      pair.judge(expected.descriptor(), src.descriptor(), shape.width, shape.height);
+    if (pair.dst == expected.descriptor().format && pair.src == src.descriptor().format) {
+      pair.judge(expected.descriptor(), src.descriptor(), w, h);
     }
   }
-  ASSERT_EQ(mvk_convert(&dst, &src.descriptor()), MVK_OK);
-  ASSERT_TRUE(dst == expected) << dst << " from " << src;
 }
 
+// The last two are large enough for the work to be cut into pieces, in width and in height.
 TEST(Convert, EveryPairShapeAndPadding) {
+  std::vector<test::Shape> shapes = test::kShapes;
+  shapes.insert(shapes.end(), {{33003, 5}, {1101, 1003}});
   for (const uint32_t to : test::kFormats) {
     for (const uint32_t from : test::kFormats) {
-      if (to == from) continue;
-      for (const test::Shape shape : test::kShapes) {
-        for (const auto& [dst_pad, src_pad] : {std::pair{0, 0}, {0, 5}, {7, 0}, {3, 3}}) {
-          ASSERT_NO_FATAL_FAILURE(expect_converted(to, from, shape, dst_pad, src_pad));
-        }
+      for (size_t i = 0; to != from && i < 4 * shapes.size(); ++i) {
+        const test::Shape shape = shapes[i / 4];
+        if (shape.width > 1000 && i % 4 != 0) continue;
+        const int padding = i % 4 == 1 || i % 4 == 2 ? 5 : 0;
+        const int other = i % 4 > 1 ? 3 : 0;
+        const TestImage src(from, shape.width, shape.height, padding, padding, 1);
+        TestImage dst(to, shape.width, shape.height, other, other, 2);
+        TestImage expected = dst.clone();
+        judge(expected, src, shape.width, shape.height);
+        ASSERT_EQ(mvk_convert(&dst, &src.descriptor()), MVK_OK);
+        ASSERT_TRUE(dst == expected) << dst << " from " << src;
       }
-    }
-  }
-}
-
-// Large enough that work is cut into pieces, in width and in height.
-TEST(Convert, LargeImagesAreConvertedAsAWhole) {
-  for (const Pair& pair : kPairs) {
-    for (const test::Shape shape : {test::Shape{33003, 5}, {1101, 1003}}) {
-      ASSERT_NO_FATAL_FAILURE(expect_converted(pair.dst, pair.src, shape, 1, 0));
     }
   }
 }
 
 TEST(Convert, SizeIsThatOfTheDestinationButForRgbFromYuv) {
   for (const Pair& pair : kPairs) {
-    const bool from_yuv = pair.src == QX_FMT_NV12 || pair.src == QX_FMT_NV21;
-    const bool takes_source = pair.dst == QX_FMT_RGB24 && from_yuv;
     const TestImage src(pair.src, 40, 20);
     TestImage dst(pair.dst, 40, 20, 0, 0, 2);
     TestImage expected = dst.clone();
     dst.descriptor().width = expected.descriptor().width = 34;
     dst.descriptor().height = expected.descriptor().height = 18;
-    pair.judge(expected.descriptor(), src.descriptor(), takes_source ? 40 : 34,
-               takes_source ? 20 : 18);
+    const bool takes_source = pair.dst == QX_FMT_RGB24 && src.descriptor().plane[1] != nullptr;
+    judge(expected, src, takes_source ? 40 : 34, takes_source ? 20 : 18);
     EXPECT_EQ(mvk_convert(&dst, &src.descriptor()), MVK_OK);
     EXPECT_TRUE(dst == expected) << dst << " from " << src;
   }
-}
-
-TEST(Convert, InnerCallsCopyEqualFormatsAndTakeLuminanceByView) {
-  TestImage nv(QX_FMT_NV21, 13, 9, 3, 1);
-  TestImage copied(QX_FMT_NV21, 13, 9, 0, 0, 2);
-  TestImage expected = copied.clone();
-  kel::imageprocess::convert_pixel_format(copied.descriptor(), nv.descriptor());
-  mvk_copy(&expected, &nv);
-  EXPECT_TRUE(copied == expected);
-
-  TestImage gray(QX_FMT_GRAY, 7, 5, 2, 0, 3);
-  TestImage luminance = gray.clone();
-  each_pixel<1, 1, put_one>(luminance.descriptor(), nv.descriptor(), 7, 5);
-  kel::imageprocess::PixelRegion_<QX_FMT_GRAY> view(gray.descriptor());
-  kel::imageprocess::convert_pixel_format<QX_FMT_NV21, QX_FMT_GRAY>(
-      view, kel::imageprocess::PixelRegion_<QX_FMT_NV21>(nv.descriptor()));
-  EXPECT_TRUE(gray == luminance);
-}
-
-void expect_bad_arguments(TestImage& dst, TestImage& src, TestImage& two_plane) {
-  const auto call = [&] { return mvk_convert(&dst, &src); };
-  test::expect_refused(src, dst, test::kBrokenFields, call);
-  test::expect_refused(dst, dst, test::kBrokenFields, call);
-  test::expect_refused(two_plane, dst, test::kBrokenChromaFields, call);
-  EXPECT_EQ(mvk_convert(nullptr, &src), MVK_BAD_ARGUMENT);
-  EXPECT_EQ(mvk_convert(&dst, nullptr), MVK_BAD_ARGUMENT);
-  EXPECT_EQ(mvk_convert(&dst, &dst), MVK_BAD_ARGUMENT);
-}
-
-TEST(Convert, BadArguments) {
-  TestImage nv(QX_FMT_NV12, 8, 8);
-  TestImage argb(QX_FMT_ARGB, 8, 8, 0, 0, 2);
-  expect_bad_arguments(argb, nv, nv);
-  expect_bad_arguments(nv, argb, nv);
 }
 
 }  // namespace
