@@ -31,7 +31,7 @@ Image soft(const std::string& name, bench::Size size) {
   const TestImage mask = test::sample_mask(name);
   Image image = share(TestImage(QX_FMT_GRAY, size.width, size.height));
   cv::Mat to(size.height, size.width, CV_8UC1, image->row(0));
-  cv::resize(as_written::block(mask.descriptor()), to, to.size());
+  cv::resize(as_written::block(mask), to, to.size());
   return image;
 }
 
@@ -39,7 +39,7 @@ Image photo(bench::Size size) {
   Image image = share(TestImage(QX_FMT_RGB24, size.width, size.height));
   const TestImage sample = test::sample_photo("hopper.jpg");
   cv::Mat to(size.height, size.width, CV_8UC3, image->row(0));
-  cv::resize(as_written::block(sample.descriptor()), to, to.size());
+  cv::resize(as_written::block(sample), to, to.size());
   return image;
 }
 
@@ -58,9 +58,8 @@ void add_mask_smooth(const std::string& name, const Image& mask, bench::Size siz
   bench::add(operation, size, "morvik",
              [=] { mvk_make_mask_smooth(&*dst, &*mask, &*guide, mode, limit); });
   bench::add(operation, size, kAsWritten, [=] {
-    as_written::write_back(dst->descriptor(),
-                           as_written::smooth_mask(as_written::block(mask->descriptor()),
-                                                   guide->descriptor(), mode, limit));
+    as_written::write_back(*dst,
+                           as_written::smooth_mask(as_written::block(*mask), *guide, mode, limit));
   });
 }
 
@@ -90,16 +89,7 @@ void add_smooth(const std::string& name, const Image& src, int ksize, MKBlur typ
     const int pixel = src->descriptor().format == QX_FMT_GRAY ? CV_8UC1 : CV_8UC3;
     const cv::Mat in(src->height(), src->width(), pixel, src->row(0));
     cv::Mat out(src->height(), src->width(), pixel, dst->row(0));
-    switch (type) {
-      case MKBlur::Mean:
-        return cv::blur(in, out, cv::Size(ksize, ksize));
-      case MKBlur::Median:
-        return cv::medianBlur(in, out, ksize);
-      case MKBlur::Gaussian:
-        return cv::GaussianBlur(in, out, cv::Size(ksize, ksize), 20, 20);
-      case MKBlur::Bilateral:
-        return cv::bilateralFilter(in, out, ksize, 20, 20);
-    }
+    as_written::blur(in, out, ksize, type, 20, 20);
   });
 }
 
@@ -108,42 +98,25 @@ void add_holes(const std::string& name, const Image& src) {
   const std::string operation = "fill holes, " + name;
   bench::add(operation, size_of(src), "morvik", [=] { mvk_make_up_holes(&*dst, &*src, 127); });
   bench::add(operation, size_of(src), kAsWritten, [=] {
-    as_written::write_back(dst->descriptor(),
-                           as_written::fill_holes(as_written::block(src->descriptor()), 127));
+    as_written::write_back(*dst, as_written::fill_holes(as_written::block(*src), 127));
   });
 }
 
 void add_area(bench::Size size) {
   const Image image = share(TestImage(QX_FMT_GRAY, size.width, size.height));
-  std::vector<std::vector<cv::Point>> contours(1);
+  std::vector<cv::Point> contour;
   std::vector<TPOINT> points;
   test::Random random(1);
   for (int i = 0; i < 200; ++i) {
-    contours[0].emplace_back(random.range(0, size.width), random.range(0, size.height));
-    points.push_back({contours[0].back().x, contours[0].back().y});
+    contour.emplace_back(random.range(0, size.width), random.range(0, size.height));
+    points.push_back({contour.back().x, contour.back().y});
   }
   bench::add("fill area, 200 points", size, "morvik", [=] {
     mvk_fill_area_up(&*image, static_cast<uint32_t>(points.size()), points.data());
   });
   bench::add("fill area, 200 points", size, kAsWritten, [=] {
-    cv::Mat mask = cv::Mat::zeros(size.height, size.width, CV_8UC1);
-    cv::drawContours(mask, contours, 0, cv::Scalar(255), -1, 0, cv::noArray(), INT_MAX);
-    as_written::write_back(image->descriptor(), mask);
+    as_written::write_back(*image, as_written::fill_area(size.width, size.height, contour));
   });
-}
-
-// Byte by byte, kept from the vectoriser by the four results.
-void roi_by_hand(const TestImage& image, MKRect& rect, uint8_t level) {
-  rect = {UINT32_MAX, UINT32_MAX, 0, 0};
-  for (int y = 0; y < image.height(); ++y) {
-    for (int x = 0; x < image.width(); ++x) {
-      if (image.row(y)[x] < level) continue;
-      rect.left = std::min(rect.left, static_cast<uint32_t>(x));
-      rect.right = std::max(rect.right, static_cast<uint32_t>(x));
-      rect.top = std::min(rect.top, static_cast<uint32_t>(y));
-      rect.bottom = std::max(rect.bottom, static_cast<uint32_t>(y));
-    }
-  }
 }
 
 void add_roi(const std::string& name, const Image& image) {
@@ -151,7 +124,8 @@ void add_roi(const std::string& name, const Image& image) {
   const std::string operation = "bounding box, " + name;
   bench::add(operation, size_of(image), "morvik",
              [=] { mvk_get_mask_roi(&*image, rect.get(), 127); });
-  bench::add(operation, size_of(image), "plain loop", [=] { roi_by_hand(*image, *rect, 127); });
+  bench::add(operation, size_of(image), "plain loop",
+             [=] { benchmark::DoNotOptimize(as_written::box(*image, 127)); });
 }
 
 void add_samples(bench::Size size) {

@@ -2,6 +2,7 @@
 // edge refinement. Tests compare bytes with them, benchmarks compare time.
 #pragma once
 
+#include <climits>
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 #include <vector>
@@ -10,13 +11,13 @@
 
 namespace as_written {
 
-// A copy of the packed rows of plane 0.
-inline cv::Mat block(const QX_OFFSCREEN& image) {
-  const int type = image.format == QX_FMT_GRAY ? CV_8UC1 : CV_8UC3;
-  return cv::Mat(image.height, image.width, type, image.plane[0]).clone();
+// A copy of the packed rows of plane 0, and the way back.
+inline cv::Mat block(const test::TestImage& image) {
+  const int type = image.descriptor().format == QX_FMT_GRAY ? CV_8UC1 : CV_8UC3;
+  return cv::Mat(image.height(), image.width(), type, image.descriptor().plane[0]).clone();
 }
-inline void write_back(const QX_OFFSCREEN& image, const cv::Mat& result) {
-  std::copy_n(result.data, result.total() * result.elemSize(), image.plane[0]);
+inline void write_back(test::TestImage& image, const cv::Mat& result) {
+  std::copy_n(result.data, result.total() * result.elemSize(), image.row(0));
 }
 
 inline cv::Mat morph(const cv::Mat& src, int amount) {
@@ -26,6 +27,36 @@ inline cv::Mat morph(const cv::Mat& src, int amount) {
                    cv::getStructuringElement(cv::MORPH_ELLIPSE, cv::Size(side, side)),
                    cv::Point(-1, -1), 1, cv::BORDER_CONSTANT, cv::morphologyDefaultBorderValue());
   return dst;
+}
+
+inline cv::Mat blur(const cv::Mat& in, cv::Mat out, int ksize, MKBlur type, double p1, double p2) {
+  const cv::Size size(ksize, ksize);
+  if (type == MKBlur::Mean) cv::blur(in, out, size, cv::Point(-1, -1), 4);
+  if (type == MKBlur::Median) cv::medianBlur(in, out, ksize);
+  if (type == MKBlur::Gaussian) cv::GaussianBlur(in, out, size, p1, p2, 4);
+  if (type == MKBlur::Bilateral) cv::bilateralFilter(in, out, ksize, p1, p2, 4);
+  return out;
+}
+
+inline cv::Mat fill_area(int width, int height, const std::vector<cv::Point>& points) {
+  cv::Mat mask = cv::Mat::zeros(height, width, CV_8UC1);
+  const std::vector<std::vector<cv::Point>> contours{points};
+  if (points.empty()) return mask;
+  cv::drawContours(mask, contours, 0, cv::Scalar(255), -1, 0, cv::noArray(), INT_MAX, cv::Point());
+  return mask;
+}
+
+// Byte by byte; no pixel gives the box INT_MAX, INT_MAX, 0, 0.
+inline cv::Rect2i box(const test::TestImage& image, uint32_t level) {
+  cv::Rect2i edges(INT_MAX, INT_MAX, 0, 0);  // left, top, right, bottom
+  for (int y = 0; y < image.height(); ++y) {
+    for (int x = 0; x < image.width(); ++x) {
+      if (image.row(y)[x] < level) continue;
+      edges = {std::min(edges.x, x), std::min(edges.y, y), std::max(edges.width, x),
+               std::max(edges.height, y)};
+    }
+  }
+  return edges;
 }
 
 inline cv::Mat fill_holes(const cv::Mat& src, int level) {
@@ -115,10 +146,10 @@ inline void snap_edges(cv::Mat& mask, int r, const cv::Mat& guide) {
 }
 
 // An empty matrix when the limit is too small.
-inline cv::Mat smooth_mask(const cv::Mat& coarse, const QX_OFFSCREEN& guide, uint32_t mode,
+inline cv::Mat smooth_mask(const cv::Mat& coarse, const test::TestImage& guide, uint32_t mode,
                            uint32_t limit) {
   cv::Mat m = coarse.clone();
-  const cv::Size size(guide.width, guide.height);
+  const cv::Size size(guide.width(), guide.height());
   if (limit >= static_cast<uint32_t>(std::max(size.width, size.height))) {
     cv::resize(m.clone(), m, size, 1.0, 0.0, 1);
     cv::medianBlur(m.clone(), m, 15);

@@ -1,9 +1,6 @@
-// mvk_make_mask_smooth against its pipeline as written.
-#include <gtest/gtest.h>
-
-#include "mask/mask_smooth.h"
+// mvk_make_mask_smooth against its pipeline as written, and the steps of the edge refinement.
+#include "mask/make_edge_add.h"
 #include "mask/masks.h"
-#include "support/bad_arguments.h"
 #include "support/samples.h"
 
 namespace {
@@ -11,18 +8,18 @@ namespace {
 using test::Kind;
 using test::TestImage;
 
-void expect_smooth_mask(TestImage& mask, TestImage& guide, uint32_t mode, uint32_t limit,
-                        int padding = 0) {
-  TestImage dst(QX_FMT_GRAY, guide.width(), guide.height(), padding, 0, 2);
-  TestImage before = dst.clone();
-  const cv::Mat expected = as_written::smooth_mask(as_written::block(mask.descriptor()),
-                                                   guide.descriptor(), mode, limit);
-  ASSERT_EQ(mvk_make_mask_smooth(&dst, &mask, &guide, mode, limit),
-            expected.empty() ? MVK_BAD_ARGUMENT : MVK_OK);
-  if (!expected.empty()) as_written::write_back(before.descriptor(), expected);
-  ASSERT_TRUE(test::holds(dst, as_written::block(before.descriptor())))
-      << "limit " << limit << " mode " << mode;
-  ASSERT_TRUE(dst == before);
+void expect_smooth_mask(TestImage& mask, TestImage& guide, uint32_t mode, uint32_t limit) {
+  const cv::Mat expected = as_written::smooth_mask(as_written::block(mask), guide, mode, limit);
+  const auto call = [&](QX_OFFSCREEN* dst) {
+    return mvk_make_mask_smooth(dst, &mask, &guide, mode, limit);
+  };
+  if (!expected.empty()) {
+    return test::expect_result(expected, "limit " + std::to_string(limit), call);
+  }
+  TestImage dst(QX_FMT_GRAY, guide.width(), guide.height());
+  const TestImage before = dst.clone();
+  EXPECT_EQ(call(&dst), MVK_BAD_ARGUMENT);
+  EXPECT_TRUE(dst == before);
 }
 
 TEST(MaskSmooth, Samples) {
@@ -36,10 +33,9 @@ TEST(MaskSmooth, Samples) {
 }
 
 TEST(MaskSmooth, SamplesAtFullHd) {
-  const TestImage photo = test::sample_photo("hopper.jpg");
   TestImage guide(QX_FMT_RGB24, 1920, 1080);
   cv::Mat to(1080, 1920, CV_8UC3, guide.row(0));
-  cv::resize(as_written::block(photo.descriptor()), to, to.size());
+  cv::resize(as_written::block(test::sample_photo("hopper.jpg")), to, to.size());
   for (const char* name : {"photographer_mask_256x256.png", "hopper_frame_mask_256x144.png"}) {
     TestImage mask = test::sample_mask(name);
     for (const uint32_t limit : {640U, 1024U, 1920U}) {
@@ -49,54 +45,97 @@ TEST(MaskSmooth, SamplesAtFullHd) {
 }
 
 TEST(MaskSmooth, EveryKindAndOddSizes) {
-  struct Case {
-    int width, height, guide_width, guide_height;
-  };
-  for (const Case& c : {Case{1, 1, 2, 2},
-                        {1, 30, 2, 31},
-                        {30, 1, 31, 2},
-                        {17, 11, 40, 90},
-                        {64, 33, 65, 34},
-                        {50, 70, 300, 71}}) {
-    for (int kind = 0; kind < static_cast<int>(Kind::Count); ++kind) {
-      TestImage mask = test::make_mask(static_cast<Kind>(kind), c.width, c.height, 9);
-      TestImage guide(QX_FMT_RGB24, c.guide_width, c.guide_height);
+  const std::pair<cv::Size, cv::Size> sizes[] = {{{1, 1}, {2, 2}},     {{1, 30}, {2, 31}},
+                                                 {{30, 1}, {31, 2}},   {{17, 11}, {40, 90}},
+                                                 {{64, 33}, {65, 34}}, {{50, 70}, {300, 71}}};
+  for (const auto& [small, large] : sizes) {
+    TestImage guide(QX_FMT_RGB24, large.width, large.height);
+    for (const Kind kind : test::kKinds) {
+      TestImage mask = test::make_mask(kind, small.width, small.height, 9);
       for (const uint32_t limit : {1U, 20U, 39U, 89U, 200U, 299U, 300U}) {
-        for (const uint32_t mode : {0U, 1U}) expect_smooth_mask(mask, guide, mode, limit, kind % 2);
+        for (const uint32_t mode : {0U, 1U}) expect_smooth_mask(mask, guide, mode, limit);
       }
     }
   }
   TestImage largest = test::make_mask(Kind::Soft, 520, 520);
   TestImage guide(QX_FMT_RGB24, 521, 521);
-  for (const uint32_t limit : {259U, 260U, 520U, 521U})
+  for (const uint32_t limit : {259U, 260U, 520U, 521U}) {
     expect_smooth_mask(largest, guide, 1, limit);
+  }
 }
 
-TEST(MaskSmooth, Refusals) {
-  TestImage mask(QX_FMT_GRAY, 8, 6, 4);
-  TestImage guide(QX_FMT_RGB24, 9, 7);
-  TestImage dst(QX_FMT_GRAY, 9, 7, 4, 0, 2);
-  const auto call = [&] { return mvk_make_mask_smooth(&dst, &mask, &guide, 0, 8); };
-  std::vector<test::BrokenField> fields = test::kBrokenFields;
-  fields.push_back({"too wide", [](QX_OFFSCREEN& image) { image.width = image.pitch[0] = 521; }});
-  fields.push_back({"too high", [](QX_OFFSCREEN& image) { image.height = 521; }});
-  test::expect_refused(mask, dst, fields, call);
-  std::vector<test::BrokenField> guide_fields = test::kBrokenFields;
-  guide_fields.push_back({"as narrow as the mask", [](QX_OFFSCREEN& image) { image.width = 8; }});
-  guide_fields.push_back({"as low as the mask", [](QX_OFFSCREEN& image) { image.height = 6; }});
-  guide_fields[5] = {"pitch below width", [](QX_OFFSCREEN& image) { image.pitch[0] = 8; }};
-  test::expect_refused(guide, dst, guide_fields, call);
-  test::expect_refused(dst, dst, guide_fields, call);
-  guide.descriptor().pitch[0] = 9;  // width in pixels: enough
-  EXPECT_EQ(call(), MVK_OK);
-  for (const uint32_t ksize : {0U, 2U, 201U}) {
-    EXPECT_EQ(kel::mask::mask_smooth(mask.descriptor(), dst.descriptor(), guide.descriptor(), 0, 8,
-                                     ksize),
-              7U);
+TEST(EdgeRefinement, AsTheSlowTranscription) {
+  for (const auto& [width, height] :
+       {std::pair{1, 1}, {2, 2}, {5, 1}, {1, 9}, {23, 9}, {24, 2}, {25, 3}, {60, 47}, {97, 31}}) {
+    TestImage guide(QX_FMT_RGB24, width, height);  // in blocks of three columns: clear steps
+    for (int i = 0; i < 3 * width * height; ++i) {
+      if (i % (3 * width) / 9 % 2 != 0)
+        guide.row(0)[i] = 255;
+      else
+        guide.row(0)[i] /= 8;
+    }
+    const cv::Mat colours = as_written::block(guide);
+    for (const Kind kind : test::kKinds) {
+      for (const uint32_t radius : {12U, 2U, 3U, 31U}) {
+        const TestImage mask = test::make_mask(kind, width, height, 3);
+        cv::Mat expected = as_written::block(mask) > 90;
+        cv::Mat got = expected.clone();
+        as_written::snap_edges(expected, static_cast<int>(radius), colours);
+        const bool empty = cv::countNonZero(got) == 0;
+        EXPECT_EQ(kel::mask::make_edge_add(got, radius, colours),
+                  empty ? MVK_BAD_ARGUMENT : MVK_OK);
+        ASSERT_EQ(cv::norm(got, expected), 0.0) << mask << " radius " << radius;
+      }
+    }
   }
-  EXPECT_EQ(mvk_make_mask_smooth(nullptr, &mask, &guide, 0, 8), MVK_BAD_ARGUMENT);
-  EXPECT_EQ(mvk_make_mask_smooth(&dst, nullptr, &guide, 0, 8), MVK_BAD_ARGUMENT);
-  EXPECT_EQ(mvk_make_mask_smooth(&dst, &mask, nullptr, 0, 8), MVK_BAD_ARGUMENT);
+}
+
+TEST(EdgeRefinement, UnusableSizesLeaveTheMask) {
+  const auto refine = [](cv::Size guide, uint32_t radius) {
+    cv::Mat mask(4, 6, CV_8UC1, cv::Scalar(7));
+    EXPECT_EQ(kel::mask::make_edge_add(mask, radius, cv::Mat(guide, CV_8UC3)), 7U);
+    EXPECT_EQ(cv::sum(mask)[0], 7.0 * 24);
+  };
+  refine({5, 4}, 12);
+  refine({6, 5}, 12);
+  refine({6, 4}, 1);
+  refine({6, 4}, 32);
+}
+
+TEST(EdgeRefinement, PointsNearTheBorderMoveOntoIt) {
+  struct Case {
+    cv::Size size;
+    cv::Point from, to;
+  };
+  const cv::Size usual(20, 10);
+  for (const Case& c : {Case{usual, {1, 5}, {0, 5}},
+                        {usual, {2, 5}, {2, 5}},
+                        {usual, {17, 7}, {17, 7}},
+                        {usual, {18, 5}, {19, 5}},
+                        {usual, {18, 1}, {19, 0}},
+                        {usual, {5, 8}, {5, 9}},
+                        {{20, 3}, {5, 1}, {5, 0}},
+                        {{20, 2}, {5, 0}, {5, 1}},
+                        {{20, 1}, {5, 0}, {5, 0}},
+                        {{2, 9}, {0, 4}, {1, 4}}}) {
+    kel::mask::Contours contours{{c.from}};
+    kel::mask::fix_contours_point(contours, cv::Mat(c.size, CV_8UC1));
+    EXPECT_EQ(contours[0][0], c.to) << c.from << " in " << c.size;
+  }
+}
+
+// One step of brightness, in front of sample `step` of 25: the shift leads to it.
+TEST(EdgeRefinement, FollowsTheStep) {
+  const auto shift = [](int first, int end, int height) {
+    std::vector<int32_t> sums{0};
+    for (int i = 0; i < 25; ++i) sums.push_back(sums.back() + (i >= first && i < end ? height : 0));
+    return kel::mask::haar_move_window_limit(sums.data(), 12, 6);
+  };
+  for (int step = 6; step <= 19; ++step) {
+    EXPECT_EQ(shift(step, 25, 440), step - 6 - 7);
+    EXPECT_EQ(shift(step, 25, 60), 0);  // not clear enough
+  }
+  EXPECT_EQ(shift(7, 18, 440), 1 - 7);  // of two equal steps the left one
 }
 
 }  // namespace
