@@ -137,6 +137,11 @@ void read_any_file(const Input& input, const std::string& path, const Call& call
 
 }  // namespace
 
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  cv::setNumThreads(1);
+  return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   constexpr Operation kFamily[] = {MORVIK_FUZZ_OPERATIONS};
   Input input{data, data + size};
@@ -145,7 +150,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::vector<robust::Variant> variants = robust::variants(operation);
   const robust::Variant variant = variants[choice.next() % variants.size()];
   const int width = choice.pick(1, 70);
-  const int height = choice.pick(1, 50);
+  const int height = choice.pick(1, 30);
   const Flush flush = choice.pick(0, 1) == 0 ? Flush::kAtEnd : Flush::kAtStart;
   const Call call = robust::make_call(variant, width, height, choice);
   Scene scene(call, flush, choice);

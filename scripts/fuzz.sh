@@ -8,6 +8,7 @@ cd "$(dirname "$0")/.."
 install_packages "${build_packages[@]}" clang-14 libclang-rt-14-dev
 seconds=${1:-60}
 shift || true
+[[ -d /dev/shm ]] && export TMPDIR=/dev/shm  # landmark files
 cmake --preset fuzz >/dev/null
 targets=("$@")
 ((${#targets[@]})) || targets=($(sed -n 's/.*morvik_fuzz_\([a-z]*\)\.dir.*/\1/p' \

@@ -339,8 +339,9 @@ void Scene::fill(Pages& plane, Rows rows, Choice& choice) {
   const bool noise = choice.pick(0, 2) == 0;
   test::Random random(choice.next());
   uint8_t* bytes = plane.data();
-  for (size_t i = 0; i < plane.size(); ++i) {
-    bytes[i] = noise ? static_cast<uint8_t>(random.next()) : uint8_t{0};
+  for (size_t i = 0; noise && i < plane.size(); i += 4) {
+    const uint32_t word = random.next();
+    std::memcpy(bytes + i, &word, std::min<size_t>(4, plane.size() - i));
   }
   const int count = static_cast<int>(plane.size()) / std::max(rows.step, 1);
   for (int shapes = noise ? 0 : choice.pick(0, 6); shapes > 0 && count > 0; --shapes) {
@@ -353,23 +354,31 @@ void Scene::fill(Pages& plane, Rows rows, Choice& choice) {
                   static_cast<size_t>(std::min(side, rows.step - left)));
     }
   }
-  for (size_t i = 0; i < plane.size(); ++i) {
-    if (is_padding(rows, i)) bytes[i] = kPaddingByte;
+  for_each_padding(plane, rows, [](std::span<uint8_t> padding) {
+    std::fill(padding.begin(), padding.end(), kPaddingByte);
+  });
+}
+
+void Scene::for_each_padding(Pages& plane, Rows rows,
+                             const std::function<void(std::span<uint8_t>)>& visit) {
+  if (rows.step <= rows.used) return;
+  const std::span<uint8_t> bytes(plane.data(), plane.size());
+  for (size_t at = static_cast<size_t>(rows.used); at < bytes.size();
+       at += static_cast<size_t>(rows.step)) {
+    const auto length = static_cast<size_t>(rows.step - rows.used);
+    visit(bytes.subspan(at, std::min(length, bytes.size() - at)));
   }
 }
 
-bool Scene::is_padding(Rows rows, size_t offset) {
-  return rows.step > rows.used &&
-         static_cast<int>(offset % static_cast<size_t>(rows.step)) >= rows.used;
-}
-
-bool Scene::padding_is_intact() const {
+bool Scene::padding_is_intact() {
+  bool intact = true;
   for (size_t i = sources_; i < rows_.size(); ++i) {
-    for (size_t at = 0; at < planes_[i].size(); ++at) {
-      if (is_padding(rows_[i], at) && planes_[i].data()[at] != kPaddingByte) return false;
-    }
+    for_each_padding(planes_[i], rows_[i], [&intact](std::span<uint8_t> padding) {
+      const auto known = std::count(padding.begin(), padding.end(), kPaddingByte);
+      intact = intact && known == static_cast<ptrdiff_t>(padding.size());
+    });
   }
-  return true;
+  return intact;
 }
 
 std::vector<uint8_t> Scene::outcome() const {

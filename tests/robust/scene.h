@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -88,7 +89,7 @@ class Scene {
   // The code and every byte that the call may have written.
   std::vector<uint8_t> outcome() const;
   // Whether the bytes between the rows of the destinations are as they were.
-  bool padding_is_intact() const;
+  bool padding_is_intact();
 
   std::vector<QX_OFFSCREEN> src, dst;
   const int32_t* values = nullptr;
@@ -104,7 +105,8 @@ class Scene {
   };
   void add_image(const ImageSpec& spec, std::vector<QX_OFFSCREEN>& images, Choice& choice);
   static void fill(Pages& plane, Rows rows, Choice& choice);
-  static bool is_padding(Rows rows, size_t offset);
+  static void for_each_padding(Pages& plane, Rows rows,
+                               const std::function<void(std::span<uint8_t>)>& visit);
 
   Call call_;
   Flush flush_;
