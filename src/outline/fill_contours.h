@@ -1,7 +1,4 @@
-// Painting of filled contours at a cost that depends on what is seen of them. Both functions give
-// the bytes of cv::drawContours, which converts the whole list at each call, looks at every active
-// edge for every edge that begins in a row, and steps through all rows from the topmost point:
-// seconds for noise, or when an expansion has moved a point far away.
+// Painting of filled contours: the bytes of cv::drawContours, faster (core/polygon_filler.h).
 #pragma once
 
 #include <opencv2/core.hpp>

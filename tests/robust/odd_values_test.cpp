@@ -59,7 +59,11 @@ TEST(OddValues, TakeNoLongerThanOthers) {
   TestImage guide(QX_FMT_RGB24, kW, kH);
   TPOINT on_contour{kW / 2, 0};  // the shape's first point
   while (mask.row(on_contour.y)[on_contour.x] < 128) ++on_contour.y;
-  std::vector<Pair> pairs{{"sigmas of 2^32 - 1",
+  const TPOINT triangle[] = {{kW / 2, 10}, {kW, kH}, {0, kH / 2}};
+  const TPOINT far_off[] = {{kW / 2, INT_MIN}, {INT_MAX, kH}, {INT_MIN, kH / 2}};
+  std::vector<Pair> pairs{{"polygon far outside",
+                           [&](bool odd) { mvk_fill_area_up(&out, 3, odd ? far_off : triangle); }},
+                          {"sigmas of 2^32 - 1",
                            [&](bool odd) {
                              const uint32_t sigma = odd ? UINT32_MAX : 5;
                              mvk_smooth(&mask, &out, 9, MKBlur::Gaussian, 0, sigma, sigma);
