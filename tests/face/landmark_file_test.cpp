@@ -23,7 +23,7 @@ class LandmarkFile : public testing::Test {
   template <typename T>
   std::string written(const std::vector<T>& values, int dims, char separator) {
     const int count = static_cast<int>(values.size()) / (dims == 3 ? 3 : 2);
-    EXPECT_EQ(mvk_write_landmarks(values.data(), count, path_.c_str(), std::is_same_v<T, float>,
+    EXPECT_EQ(mvk_write_landmarks(values.data(), count, path_.c_str(), 2 * std::is_same_v<T, float>,
                                   dims, separator),
               MVK_OK);
     std::ifstream in(path_, std::ios::binary);
@@ -34,7 +34,7 @@ class LandmarkFile : public testing::Test {
   std::vector<T> read(const std::string& text, int dims, char separator = ',', int count = 2) {
     std::ofstream(path_, std::ios::binary) << text;
     std::vector<T> values(6, T{-7});
-    EXPECT_EQ(mvk_read_landmarks(values.data(), count, path_.c_str(), std::is_same_v<T, float>,
+    EXPECT_EQ(mvk_read_landmarks(values.data(), count, path_.c_str(), 2 * std::is_same_v<T, float>,
                                  dims, separator),
               MVK_OK);
     return values;
