@@ -6,9 +6,10 @@ namespace kel::string {
 
 std::vector<std::string>& split(const std::string& text, char separator,
                                 std::vector<std::string>& fields) {
-  for (size_t begin = 0; begin < text.size();) {
-    const size_t end = std::min(text.find(separator, begin), text.size());
-    fields.emplace_back(text, begin, end - begin);
+  const std::string copy = text;  // text may be one of the fields, which move as they grow
+  for (size_t begin = 0; begin < copy.size();) {
+    const size_t end = std::min(copy.find(separator, begin), copy.size());
+    fields.emplace_back(copy, begin, end - begin);
     begin = end + 1;
   }
   return fields;

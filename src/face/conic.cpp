@@ -55,8 +55,8 @@ Eigen::VectorXd Forehead::Conic::operator()(const Eigen::ArrayXd& t, bool pick,
     std::swap(a, c);
     std::swap(d, e);
   }
-  // lead * u^2 + linear * u + constant = 0 for the unknown u at each t. The leading coefficient is
-  // carried in single precision; that shows in the result and is required.
+  // lead * u^2 + linear * u + constant = 0 for the unknown u at each t. The curve's leading
+  // coefficient is carried in single precision, and its rounding is part of the fixed result.
   const double lead = static_cast<float>(a);
   const bool is_quadratic = is_significant(lead);
   const bool plus_root = (lead > 0.0) != pick;

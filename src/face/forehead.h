@@ -45,11 +45,13 @@ class Forehead {
     double apex_x = 0.0;
   };
 
+  static constexpr int kPoints = 11;
+
   // vertexs: at least 19 points of the internal layout in vertex space; only read. n: points to
-  // predict; the model predicts 11. top_side: the forehead lies at the crossing y_plus.
+  // predict, kPoints. top_side: the forehead lies at the crossing y_plus.
   Forehead(const LandmarkVector& vertexs, int width, int height, int n, bool top_side);
 
-  // Fills the result: 11 columns, from the contour's first end over the apex (5) to its last.
+  // Fills the result, from the contour's first end over the apex (5) to its last.
   void predict_by_conic();
 
   const LocalCoordConverter& converter() const { return converter_; }
@@ -57,7 +59,6 @@ class Forehead {
   const Eigen::MatrixXd& result() const { return result_; }
 
  private:
-  int32_t n_;
   Eigen::MatrixXd fit_points_;  // 2 x 7, local
   Eigen::MatrixXd contour_;     // 2 x 19, local
   Eigen::MatrixXd result_;      // 2 x n, vertex space

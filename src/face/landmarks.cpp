@@ -9,7 +9,6 @@
 namespace mvk::face {
 namespace {
 
-constexpr int kForeheadPoints = 11;
 constexpr size_t kBandPoints = 15;
 
 }  // namespace
@@ -20,12 +19,12 @@ void Landmarks::add_forehead(LandmarkVector& vertexs) const {
 }
 
 void Landmarks::_add_forehead(LandmarkVector& vertexs) const {
-  Forehead forehead(vertexs, static_cast<int>(width), static_cast<int>(height), kForeheadPoints,
+  Forehead forehead(vertexs, static_cast<int>(width), static_cast<int>(height), Forehead::kPoints,
                     top_side);
   forehead.predict_by_conic();
 
   LandmarkPoint* const band = &vertexs[static_cast<size_t>(ranges[0].begin)];
-  for (int i = 0; i < kForeheadPoints; ++i) {
+  for (int i = 0; i < Forehead::kPoints; ++i) {
     band[i] = {static_cast<float>(forehead.result()(0, i)),
                static_cast<float>(forehead.result()(1, i))};
   }
@@ -49,7 +48,7 @@ LandmarkVector get_forehead_points(const LandmarkVector& landmarks, int width, i
   const Landmarks set(columns, rows, /*forehead_on_top=*/true);
   set.add_forehead(vertexs);
   const auto first = vertexs.begin() + set.ranges[0].begin;
-  return convert_vertexs_to_landmarks<float>(LandmarkVector(first, first + kForeheadPoints),
+  return convert_vertexs_to_landmarks<float>(LandmarkVector(first, first + Forehead::kPoints),
                                              columns, rows);
 }
 

@@ -15,14 +15,13 @@
 namespace mvk::face {
 
 // The pixel of one vertex.
-template <typename T>
-kel::Point2D_<T> vertex_to_pixel(kel::Point2D_<T> vertex, uint32_t width, uint32_t height) {
-  constexpr T kHalf(0.5);
-  const T last_column = static_cast<T>(width - 1);
-  const T last_row = static_cast<T>(height - 1);
-  const T x = std::fma(vertex.x, last_column, static_cast<T>(width));
-  const T y = std::fma(vertex.y, last_row, static_cast<T>(height));
-  return {std::fma(x, kHalf, -kHalf), std::fma(y, -kHalf, last_row + kHalf)};
+inline kel::Point2D_<float> vertex_to_pixel(kel::Point2D_<float> vertex, uint32_t width,
+                                            uint32_t height) {
+  const float last_column = static_cast<float>(width - 1);
+  const float last_row = static_cast<float>(height - 1);
+  const float x = std::fma(vertex.x, last_column, static_cast<float>(width));
+  const float y = std::fma(vertex.y, last_row, static_cast<float>(height));
+  return {std::fma(x, 0.5F, -0.5F), std::fma(y, -0.5F, last_row + 0.5F)};
 }
 
 // Built for T = float. Both return as many points as they are given.
