@@ -46,21 +46,47 @@ void add_commands(CLI::App& app, Session& session) {
   add_demo(app);
 }
 
-// The word in the place of a command when it is none.
-void check_command(const CLI::App& app, const std::vector<std::string>& arguments) {
+// "; did you mean 'rotate'?" for a word that is nearly one of the names, else the hint.
+std::string suggestion(const std::string& word, const std::vector<std::string>& names,
+                       const std::string& hint) {
+  const auto nearest = std::min_element(names.begin(), names.end(), [&](auto& a, auto& b) {
+    return edit_distance(word, a) < edit_distance(word, b);
+  });
+  const bool close = edit_distance(word, *nearest) <= std::max<size_t>(2, nearest->size() / 3);
+  return close ? "; did you mean '" + *nearest + "'?" : "; see '" + hint + "'";
+}
+
+// Names of a command's options, dashes included.
+std::vector<std::string> option_names(const CLI::App& command) {
+  std::vector<std::string> names;
+  for (const CLI::Option* option : command.get_options()) {
+    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  }
+  return names;
+}
+
+// Mistyped words, before the parser complains about what it misses because of them.
+void check_words(const CLI::App& app, const std::vector<std::string>& arguments) {
   const auto word = std::find_if(arguments.begin(), arguments.end(),
                                  [](const std::string& text) { return !text.starts_with("-"); });
   if (word == arguments.end()) return;
-  std::string nearest;
-  size_t distance = word->size();
-  for (const CLI::App* command : app.get_subcommands({})) {
-    const size_t edits = edit_distance(*word, command->get_name());
-    if (edits == 0) return;
-    if (edits < distance) nearest = command->get_name(), distance = edits;
+  const std::vector<const CLI::App*> commands = app.get_subcommands({});
+  const auto command = std::find_if(commands.begin(), commands.end(),
+                                    [&](auto* each) { return each->get_name() == *word; });
+  if (command == commands.end()) {
+    std::vector<std::string> names;
+    for (const CLI::App* each : commands) names.push_back(each->get_name());
+    throw Failure("there is no command '" + *word + "'" +
+                  suggestion(*word, names, "morvik --help"));
   }
-  const bool close = distance <= std::max<size_t>(2, nearest.size() / 3);
-  throw Failure("there is no command '" + *word + "'; " +
-                (close ? "did you mean '" + nearest + "'?" : "'morvik --help' lists all"));
+  const std::vector<std::string> names = option_names(**command);
+  for (auto it = word + 1; it != arguments.end(); ++it) {
+    const std::string name = it->substr(0, it->find('='));
+    if (name.starts_with("--") && std::count(names.begin(), names.end(), name) == 0) {
+      throw Failure("there is no option '" + name + "'" +
+                    suggestion(name, names, "morvik " + *word + " --help"));
+    }
+  }
 }
 
 void print_times(const Session& session) {
@@ -82,7 +108,7 @@ int parse_and_run(const std::vector<std::string>& arguments, Session& session) {
   app.set_version_flag("--version", qxMorvik_version());
   app.require_subcommand(1);
   add_commands(app, session);
-  check_command(app, arguments);
+  check_words(app, arguments);
   try {
     app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
   } catch (const CLI::Success& help) {

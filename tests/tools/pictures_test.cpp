@@ -1,5 +1,8 @@
 // Picture files: what goes in comes out, and damaged files are refused without a crash.
 #include <gtest/gtest.h>
+#include <png.h>
+
+#include <array>
 
 #include "pictures/codecs.h"
 #include "pictures/failure.h"
@@ -32,6 +35,19 @@ TEST(Pictures, PngKeepsEveryByte) {
     EXPECT_EQ(again.format(), format);
     EXPECT_EQ(again.bytes(), picture.bytes()) << test::format_name(format);
   }
+}
+
+TEST(Pictures, PngHasItsColoursInTheirPlaces) {
+  Picture picture(QX_FMT_ARGB, {1, 1});
+  std::copy_n("\x10\x20\x30\x40", 4, picture.row(0));  // B G R A
+  const Bytes file = tool::encode_png(picture);
+  png_image png{};
+  png.version = PNG_IMAGE_VERSION;
+  ASSERT_NE(png_image_begin_read_from_memory(&png, file.data(), file.size()), 0);
+  png.format = PNG_FORMAT_RGBA;
+  std::array<uint8_t, 4> rgba{};
+  ASSERT_NE(png_image_finish_read(&png, nullptr, rgba.data(), 0, nullptr), 0);
+  EXPECT_EQ(rgba, (std::array<uint8_t, 4>{0x30, 0x20, 0x10, 0x40}));
 }
 
 TEST(Pictures, SamplesDecodeLikeTheLibrariesSay) {

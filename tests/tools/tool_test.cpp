@@ -181,7 +181,8 @@ TEST_F(Tool, SaysWhatIsWrong) {
   } cases[] = {
       {"", 2, "A subcommand is required"},
       {"rotat", 2, "there is no command 'rotat'; did you mean 'rotate'?"},
-      {"something", 2, "'morvik --help' lists all"},
+      {"something", 2, "see 'morvik --help'"},
+      {"morph x.png --amout=3", 2, "there is no option '--amout'; did you mean '--amount'?"},
       {"rotate samples/hopper.jpg --angle 45 -o o.png", 2, "--angle"},
       {"rotate samples/hopper.jpg --angle 90", 2, "--output is required"},
       {"blur samples/hopper.jpg --kernel 8 -o o.png", 2, "an odd number is needed"},
