@@ -1,8 +1,9 @@
+#include "core/vector_targets.h"
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "core/colour_from_gray_row.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
-#include "core/vector_targets.h"
 
 #include "core/gray_rows.h"
 

@@ -1,8 +1,11 @@
+#include "core/vector_targets.h"
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "core/transpose.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
-#include "core/vector_targets.h"
+
+#include <cstdlib>
 
 #include "core/turn.h"
 
@@ -185,7 +188,10 @@ void transpose_blocks(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, pt
 template <typename B>
 void transpose_with(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrdiff_t src_stride,
                     int64_t width, int64_t height) {
-  if (width < B::kColumns || height < B::kRows) {
+  // Rows of dst that overlap, by a pitch that is too small, show the order in which they are
+  // written.
+  const bool overlaps = std::abs(dst_stride) < height * B::kBytes;
+  if (width < B::kColumns || height < B::kRows || overlaps) {
     return transpose_plain(dst, dst_stride, src, src_stride, width, height, B::kBytes);
   }
   transpose_blocks<B>(dst, dst_stride, src, src_stride, width, height);
