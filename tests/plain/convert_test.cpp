@@ -19,7 +19,7 @@ void yuv(Image d, Image s, int w, int h) {
     Function(s.plane[0], s.pitch[0], s.plane[1], s.pitch[1], d.plane[0], d.pitch[0], d.plane[1],
              d.pitch[1], w, h);
   } else {
-    const Image middle = s.plane[1] != nullptr ? s : d;
+    Image middle = s.plane[1] != nullptr ? s : d;
     const int at = s.plane[1] != nullptr ? 1 : 0;
     Function(s.plane[0], s.pitch[0], middle.plane[at], middle.pitch[at], d.plane[1 - at],
              d.pitch[1 - at], w, h);
