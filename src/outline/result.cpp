@@ -57,7 +57,7 @@ uint32_t get_contours_outline(const cv::Mat& image, MKGetOutline* result,
 
   store_empty_outlines(*result, contours.size());
   for (size_t i = 0; i < contours.size(); ++i) {
-    store_outline(*result, i, contours[i], main.count(static_cast<int32_t>(i)) != 0);
+    store_outline(*result, i, contours[i], main.contains(static_cast<int32_t>(i)));
   }
   return MVK_OK;
 }

@@ -22,10 +22,8 @@ namespace by_hand {
 using Contours = std::vector<std::vector<cv::Point>>;
 using Hierarchy = std::vector<cv::Vec4i>;
 
-inline void trace(const cv::Mat& image, Contours& contours, Hierarchy& hierarchy,
-                  int approximation) {
-  cv::Mat copy = image.clone();
-  cv::findContours(copy, contours, hierarchy, cv::RETR_TREE, approximation, cv::Point(0, 0));
+inline void trace(const cv::Mat& image, Contours& contours, Hierarchy& hierarchy, int approx) {
+  cv::findContours(image.clone(), contours, hierarchy, cv::RETR_TREE, approx, cv::Point(0, 0));
 }
 
 inline void snap(Contours& contours, int cols, int rows) {
@@ -62,12 +60,8 @@ inline void draw_each(cv::Mat& image, const Contours& contours, const Hierarchy&
   }
 }
 
-inline double truncated(double value, double low, double high) {
-  return std::isnan(value) ? 0 : std::clamp(std::trunc(value), low, high);
-}
-
-inline int to_int(double value) {
-  return static_cast<int>(truncated(value, -2147483648.0, 2147483647.0));
+inline int64_t truncated(double value) {
+  return static_cast<int64_t>(std::clamp(value, -2147483648.0, 2147483647.0));
 }
 
 inline void scale_from(std::vector<cv::Point>& contour, double cx, double cy, int expand_size) {
@@ -81,8 +75,8 @@ inline void scale_from(std::vector<cv::Point>& contour, double cx, double cy, in
   for (cv::Point& p : contour) {
     const double dx = p.x - cx, dy = p.y - cy, r = std::sqrt(dx * dx + dy * dy) * scale;
     const double theta = std::atan2(dy, dx);
-    p.x = static_cast<int>(static_cast<int64_t>(to_int(r * std::cos(theta))) + to_int(cx));
-    p.y = static_cast<int>(static_cast<int64_t>(to_int(r * std::sin(theta))) + to_int(cy));
+    p.x = static_cast<int>(truncated(r * std::cos(theta)) + truncated(cx));
+    p.y = static_cast<int>(truncated(r * std::sin(theta)) + truncated(cy));
   }
 }
 
@@ -91,8 +85,8 @@ inline void push_from(std::vector<cv::Point>& contour, double cx, double cy, int
   const float g = 2.0F / static_cast<float>(static_cast<uint32_t>(std::max(box.width, box.height)));
   const double k = static_cast<double>(g) * expand_size;
   for (cv::Point& p : contour) {
-    p.x = static_cast<int>(p.x + static_cast<int64_t>(truncated(k * (p.x - cx), 0, 4294967295.0)));
-    p.y = static_cast<int>(p.y + static_cast<int64_t>(truncated(k * (p.y - cy), 0, 4294967295.0)));
+    p.x = static_cast<int>(p.x + truncated(std::max(0.0, k * (p.x - cx))));
+    p.y = static_cast<int>(p.y + truncated(std::max(0.0, k * (p.y - cy))));
   }
 }
 
@@ -128,10 +122,8 @@ inline void smooth(cv::Mat& image, uint32_t level) {
 inline void draw(cv::Mat& image, Contours& contours, const Hierarchy& hierarchy,
                  const MKOutlineMode& mode) {
   if (mode.mode == 2 || mode.mode == 4 || mode.mode == 7) {
-    for (auto& contour : contours) {
-      const std::vector<cv::Point> points = contour;
-      cv::convexHull(points, contour, true, true);
-    }
+    const Contours points = contours;
+    for (size_t i = 0; i < points.size(); ++i) cv::convexHull(points[i], contours[i], true, true);
   }
   const TPOINT* center = mode.mode == 5 || mode.mode == 8 ? mode.center : nullptr;
   if (mode.mode == 1 || mode.mode == 2) {
@@ -166,12 +158,10 @@ inline Outlines outline_by_hand(const QX_OFFSCREEN& image, const MKOutlineMode& 
   draw(working, contours, hierarchy, mode);
 
   trace(working.clone(), contours, hierarchy, static_cast<int>(mode.chain_approx));
-  for (auto& contour : contours) {
-    const std::vector<cv::Point> points = contour;
+  const Contours points = mode.approx_poly != 0 ? contours : Contours{};
+  for (size_t i = 0; i < points.size(); ++i) {
     const double factor = 0.01F;
-    if (mode.approx_poly != 0) {
-      cv::approxPolyDP(points, contour, cv::arcLength(points, true) * factor, true);
-    }
+    cv::approxPolyDP(points[i], contours[i], cv::arcLength(points[i], true) * factor, true);
   }
   snap(contours, working.cols, working.rows);
   const std::set<size_t> reversed = main_set(contours, hierarchy);
