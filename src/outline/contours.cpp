@@ -1,5 +1,6 @@
 #include "outline/contours.h"
 
+#include <limits>
 #include <opencv2/imgproc.hpp>
 
 namespace outline {
@@ -54,6 +55,11 @@ cv::Rect find_shapes(const cv::Mat& image) {
   return {left, top, right - left, bottom - top};
 }
 
+// OpenCV counts the pixels of a traced image, with a border of one around it, in 32 bits.
+bool can_trace(cv::Size size) {
+  return (int64_t{size.width} + 2) * (int64_t{size.height} + 2) <= std::numeric_limits<int>::max();
+}
+
 // The upper rule sees what the lower one made of the value: in a very narrow image it wins.
 int snap(int value, int size) {
   if (value < kEdgeMargin) value = 0;
@@ -67,7 +73,7 @@ int snap(int value, int size) {
 void trace_contours(const cv::Mat& image, int approximation, Contours& contours,
                     Hierarchy& hierarchy) {
   const cv::Rect box = find_shapes(image);
-  if (box.empty()) return;
+  if (box.empty() || !can_trace(box.size())) return;
   cv::findContours(image(box), contours, hierarchy, cv::RETR_TREE, approximation, box.tl());
 }
 

@@ -13,7 +13,8 @@ using Contours = std::vector<Contour>;
 using Hierarchy = std::vector<cv::Vec4i>;  // next, previous, first child, parent; -1 for none
 
 // Traces the non-zero pixels of an 8-bit image with their whole nesting (cv::findContours);
-// `approximation` is one of cv::ContourApproximationModes.
+// `approximation` is one of cv::ContourApproximationModes. Shapes spread over more pixels than an
+// `int` counts are not traced: no contours.
 void trace_contours(const cv::Mat& image, int approximation, Contours& contours,
                     Hierarchy& hierarchy);
 

@@ -77,8 +77,13 @@ const std::vector<Drawing> kDrawings{
     {"largest first", 100, 80, {{10, 55, 10, 9}, {40, 35, 15, 12}, {60, 5, 30, 20}}},
     {"largest in the middle", 100, 80, {{10, 55, 10, 9}, {40, 30, 35, 17}, {70, 5, 20, 15}}},
     {"largest last", 100, 80, {{10, 50, 40, 25}, {40, 35, 15, 9}, {70, 5, 20, 15}}},
-    {"equal areas", 77, 60, {{8, 9, 12, 12}, {40, 10, 12, 12}, {20, 35, 12, 12}}},
+    {"equal areas", 77, 60, {{8, 9, 12, 12}, {40, 10, 12, 12}, {20, 35, 12, 12}, {3, 54, 4, 4}}},
     {"at every border", 64, 48, {{0, 20, 64, 8}, {30, 0, 3, 48}, {62, 1, 1, 3}}},
+    // 39 * ((39 + 11) / 39) is less than 50: the notches, nearest to the centroid, show it.
+    {"notches",
+     140,
+     140,
+     {{22, 22, 91, 91}, {67, 22, 1, 6}, {67, 107, 1, 6}, {22, 67, 6, 1}, {107, 67, 6, 1}}},
     {"crescent", 90, 80, {{20, 15, 50, 50}, {35, 30, 35, 20}}},
     {"sparse noise", 33, 41, {{0, 0, 33, 41}}, 30},
     {"dense noise", 28, 50, {{0, 0, 28, 50}}, 75},
@@ -97,7 +102,7 @@ TestImage make(const Drawing& drawing) {
 }
 
 TEST_F(Outline, DirectedShapesWithEveryParameter) {
-  const TPOINT center{31, 22};
+  const TPOINT center{40, 35};  // also a corner of some shapes
   for (const Drawing& drawing : kDrawings) {
     const TestImage image = make(drawing);
     for (uint32_t i = 0; i < 9 * 2 * 6 * 2 * 3; ++i) {
