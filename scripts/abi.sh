@@ -11,8 +11,9 @@ cmake -S . -B build/abi -G Ninja -DCMAKE_BUILD_TYPE=Debug -DMORVIK_BUILD_TESTS=O
 cmake --build build/abi --target morvik
 if [[ ${1:-} == update ]]; then
   mkdir -p abi
-  abidw --headers-dir include --drop-private-types --no-corpus-path --no-comp-dir-path \
-    --no-show-locs --short-locs --type-id-style hash --out-file "$stored" build/abi/libmorvik.so
+  abidw --headers-dir include --drop-private-types --drop-undefined-syms \
+    --exported-interfaces-only --no-corpus-path --no-comp-dir-path --no-elf-needed \
+    --no-show-locs --type-id-style hash --out-file "$stored" build/abi/libmorvik.so
 else
   abidiff --headers-dir2 include "$stored" build/abi/libmorvik.so && echo "interface unchanged"
 fi
