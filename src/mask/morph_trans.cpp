@@ -11,13 +11,15 @@ namespace kel::mask {
 
 // From this kernel on runs are faster than OpenCV, whose cost grows with the kernel's area.
 constexpr int kSmallestForRuns = 7;
+// OpenCV counts the bytes of the rows it keeps, three more than the kernel has, in an int.
+constexpr int kWidestForOpenCv = 1 << 27;
 
 uint32_t morph_trans(const cv::Mat& src, cv::Mat& dst, int32_t amount) {
   if (src.type() != CV_8UC1 || amount == 0 || dst.type() != CV_8UC1) return MVK_BAD_ARGUMENT;
   if (!fits_opencv(src.cols, src.rows)) return MVK_OK;
   const int side = std::abs(amount) + 1;
   const cv::Mat kernel = cv::getStructuringElement(cv::MORPH_ELLIPSE, cv::Size(side, side));
-  if (side >= kSmallestForRuns) {
+  if (side >= kSmallestForRuns || src.cols > kWidestForOpenCv) {
     morph_runs(src, dst, kernel, amount > 0);
     return MVK_OK;
   }
