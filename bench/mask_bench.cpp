@@ -6,8 +6,8 @@
 #include <string>
 
 #include "bench.h"
-#include "mask/as_written.h"
 #include "mask/masks.h"
+#include "reference/mask.h"
 #include "support/samples.h"
 
 namespace {

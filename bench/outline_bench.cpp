@@ -5,7 +5,7 @@
 #include <string>
 
 #include "bench.h"
-#include "outline/outline_by_hand.h"
+#include "reference/outline.h"
 #include "support/samples.h"
 
 namespace {
@@ -35,8 +35,7 @@ void add(const std::string& name, const Image& image, const MKOutlineMode& mode)
   const auto service = std::make_shared<Service>();
   bench::add(operation, size, "morvik",
              [=] { mvk_outline_expansion(service->handle, &*image, &mode, &service->record); });
-  bench::add(operation, size, "as written",
-             [=] { test::outline_by_hand(image->descriptor(), mode); });
+  bench::add(operation, size, "as written", [=] { as_written::outlines(*image, mode); });
   if (mode.mode != MK_OMODE_STROKE || mode.smooth_level != 0) return;
   bench::add(operation, size, "cv::dilate, cv::findContours", [=] {
     const cv::Mat mask(size.height, size.width, CV_8UC1, image->row(0));

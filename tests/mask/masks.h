@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "mask/as_written.h"
+#include "reference/mask.h"
 #include "support/test_image.h"
 
 namespace test {

@@ -6,13 +6,13 @@
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 
-#include "outline/outline_by_hand.h"
+#include "reference/outline.h"
 #include "support/samples.h"
 #include "support/test_image.h"
 
 namespace {
 
-using test::Outlines;
+using as_written::Outlines;
 using test::TestImage;
 
 // One handle and one record for all calls of a test: every call releases what the last one left.
@@ -32,7 +32,7 @@ class Outline : public testing::Test {
 
   void expect_as_by_hand(const TestImage& image, const MKOutlineMode& mode, const char* name) {
     const TestImage before = image.clone();
-    const Outlines expected = test::outline_by_hand(image.descriptor(), mode);
+    const Outlines expected = as_written::outlines(image, mode);
     ASSERT_EQ(expand(image.descriptor(), mode), expected)
         << name << ' ' << image << " mode " << mode.mode << " chain " << mode.chain_approx
         << " expand " << mode.expand_size << " smooth " << mode.smooth_level << " approx "
@@ -152,7 +152,7 @@ TEST_F(Outline, YPlaneByPitch) {
         const QX_OFFSCREEN frame{
             QX_FMT_NV21, shape.width, shape.height, {first}, {static_cast<int>(step)}};
         const MKOutlineMode mode = mode_of(MK_OMODE_FILL_STROKE, 1, 0, MK_OCHAIN_ALL);
-        EXPECT_EQ(expand(frame, mode), test::outline_by_hand(gray.descriptor(), mode)) << gray;
+        EXPECT_EQ(expand(frame, mode), as_written::outlines(gray, mode)) << gray;
       }
     }
   }

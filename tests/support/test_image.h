@@ -64,6 +64,7 @@ class TestImage {
   QX_OFFSCREEN* operator&() { return &descriptor_; }
   QX_OFFSCREEN& descriptor() { return descriptor_; }
   const QX_OFFSCREEN& descriptor() const { return descriptor_; }
+  operator const QX_OFFSCREEN&() const { return descriptor_; }
 
   int width() const { return descriptor_.width; }
   int height() const { return descriptor_.height; }

@@ -13,11 +13,11 @@
 
 #include "morvik/morvik.h"
 
-namespace test {
+namespace as_written {
 
 using Outlines = std::vector<std::vector<int32_t>>;  // x0, y0, x1, y1, ... of each
 
-namespace by_hand {
+namespace outline_steps {
 
 using Contours = std::vector<std::vector<cv::Point>>;
 using Hierarchy = std::vector<cv::Vec4i>;
@@ -139,11 +139,11 @@ inline void draw(cv::Mat& image, Contours& contours, const Hierarchy& hierarchy,
   if (mode.smooth_level != 0) smooth(image, mode.smooth_level);
 }
 
-}  // namespace by_hand
+}  // namespace outline_steps
 
 // Outlines of a packed gray image; empty where the service finds nothing.
-inline Outlines outline_by_hand(const QX_OFFSCREEN& image, const MKOutlineMode& mode) {
-  using namespace by_hand;
+inline Outlines outlines(const QX_OFFSCREEN& image, const MKOutlineMode& mode) {
+  using namespace outline_steps;
   cv::Mat source(image.height, image.width, CV_8UC1);
   std::memcpy(source.data, image.plane[0], source.total());
   cv::Mat binary(image.height, image.width, CV_8UC1);
@@ -165,13 +165,13 @@ inline Outlines outline_by_hand(const QX_OFFSCREEN& image, const MKOutlineMode& 
   }
   snap(contours, working.cols, working.rows);
   const std::set<size_t> reversed = main_set(contours, hierarchy);
-  Outlines outlines;
+  Outlines found;
   for (size_t i = 0; i < contours.size(); ++i) {
     if (reversed.count(i) != 0) std::reverse(contours[i].begin(), contours[i].end());
-    std::vector<int32_t>& values = outlines.emplace_back();
+    std::vector<int32_t>& values = found.emplace_back();
     for (const cv::Point p : contours[i]) values.insert(values.end(), {p.x, p.y});
   }
-  return outlines;
+  return found;
 }
 
-}  // namespace test
+}  // namespace as_written

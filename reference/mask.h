@@ -1,23 +1,25 @@
-// The judges of the mask operations: plain chains of OpenCV calls, and a plain transcription of the
-// edge refinement. Tests compare bytes with them, benchmarks compare time.
+// The mask operations as plain chains of OpenCV calls, and a plain transcription of the edge
+// refinement: slow, and right by being simple. Tests compare bytes with them, benchmarks time.
 #pragma once
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
+#include <cstdint>
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
-#include "support/test_image.h"
+#include "morvik/morvik.h"
 
 namespace as_written {
 
 // A copy of the packed rows of plane 0, and the way back.
-inline cv::Mat block(const test::TestImage& image) {
-  const int type = image.descriptor().format == QX_FMT_GRAY ? CV_8UC1 : CV_8UC3;
-  return cv::Mat(image.height(), image.width(), type, image.descriptor().plane[0]).clone();
+inline cv::Mat block(const QX_OFFSCREEN& image) {
+  const int type = image.format == QX_FMT_GRAY ? CV_8UC1 : CV_8UC3;
+  return cv::Mat(image.height, image.width, type, image.plane[0]).clone();
 }
-inline void write_back(test::TestImage& image, const cv::Mat& result) {
-  std::copy_n(result.data, result.total() * result.elemSize(), image.row(0));
+inline void write_back(const QX_OFFSCREEN& image, const cv::Mat& result) {
+  std::copy_n(result.data, result.total() * result.elemSize(), image.plane[0]);
 }
 
 inline cv::Mat morph(const cv::Mat& src, int amount) {
@@ -47,11 +49,12 @@ inline cv::Mat fill_area(int width, int height, const std::vector<cv::Point>& po
 }
 
 // Byte by byte; no pixel gives the box INT_MAX, INT_MAX, 0, 0.
-inline cv::Rect2i box(const test::TestImage& image, uint32_t level) {
+inline cv::Rect2i box(const QX_OFFSCREEN& image, uint32_t level) {
   cv::Rect2i edges(INT_MAX, INT_MAX, 0, 0);  // left, top, right, bottom
-  for (int y = 0; y < image.height(); ++y) {
-    for (int x = 0; x < image.width(); ++x) {
-      if (image.row(y)[x] < level) continue;
+  for (int y = 0; y < image.height; ++y) {
+    const uint8_t* row = image.plane[0] + static_cast<ptrdiff_t>(y) * image.pitch[0];
+    for (int x = 0; x < image.width; ++x) {
+      if (row[x] < level) continue;
       edges = {std::min(edges.x, x), std::min(edges.y, y), std::max(edges.width, x),
                std::max(edges.height, y)};
     }
@@ -146,10 +149,10 @@ inline void snap_edges(cv::Mat& mask, int r, const cv::Mat& guide) {
 }
 
 // An empty matrix when the limit is too small.
-inline cv::Mat smooth_mask(const cv::Mat& coarse, const test::TestImage& guide, uint32_t mode,
+inline cv::Mat smooth_mask(const cv::Mat& coarse, const QX_OFFSCREEN& guide, uint32_t mode,
                            uint32_t limit) {
   cv::Mat m = coarse.clone();
-  const cv::Size size(guide.width(), guide.height());
+  const cv::Size size(guide.width, guide.height);
   if (limit >= static_cast<uint32_t>(std::max(size.width, size.height))) {
     cv::resize(m.clone(), m, size, 1.0, 0.0, 1);
     cv::medianBlur(m.clone(), m, 15);
