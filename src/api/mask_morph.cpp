@@ -10,6 +10,6 @@ uint32_t mvk_mask_morph(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src, int32_
   if (amount < -kLargestAmount || amount > kLargestAmount) return MVK_BAD_ARGUMENT;
   const cv::Mat from = kel::mask::source_mat(*src, *dst, CV_8UC1);
   cv::Mat to = kel::packed_mat(*dst, CV_8UC1);
-  if (amount == 0) to.setTo(0);  // required: the only refusal that writes
+  if (amount == 0) to.setTo(0);  // the only refusal that writes: amount 0 gives an empty mask
   return kel::mask::morph_trans(from, to, amount);
 }

@@ -67,7 +67,8 @@ void gray_to_nv(const KelPixelRegion& dst, const KelPixelRegion& src, int64_t fi
   copy_rows(nv.y, gray.plane);
 }
 
-// The fill starts at the second byte of a row, for NV12 only: its results are fixed that way.
+// For NV12 the fill starts at the second byte of a row and so leaves the first U as it was. Results
+// that are stored and compared depend on it: deliberate, and for NV12 only.
 void gray_to_nv12(const KelPixelRegion& dst, const KelPixelRegion& src) { gray_to_nv(dst, src, 1); }
 void gray_to_nv21(const KelPixelRegion& dst, const KelPixelRegion& src) { gray_to_nv(dst, src, 0); }
 

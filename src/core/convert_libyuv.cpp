@@ -2,6 +2,7 @@
 #include <libyuv.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <iterator>
 #include <memory>
@@ -17,7 +18,7 @@ constexpr int kTileColumns = 1 << 14;
 constexpr int kTileBytes = 1 << 22;
 // For the formats that are converted by way of ARGB; two rows of the widest tile fit.
 constexpr int kScratchBytes = 1 << 17;
-// Stays in the caches.
+// On the stack and in the caches; two rows of the widest tile fit.
 constexpr int kChromaScratchBytes = 1 << 15;
 
 using Call = void (*)(const QX_OFFSCREEN& dst, const QX_OFFSCREEN& src, int width, int height);
@@ -55,20 +56,20 @@ QX_OFFSCREEN image_from(const QX_OFFSCREEN& image, int x, int y) {
 template <auto ToPlanar, bool kVFirst>
 void packed_to_nv(const QX_OFFSCREEN& dst, const QX_OFFSCREEN& src, int width, int height) {
   const int pairs = (width + 1) / 2;
-  const int chroma_rows = std::max(kChromaScratchBytes / (2 * pairs), 1);
-  const ptrdiff_t plane_bytes = ptrdiff_t{pairs} * chroma_rows;
-  const auto scratch =
-      std::make_unique_for_overwrite<uint8_t[]>(2 * static_cast<size_t>(plane_bytes));
-  uint8_t* const u = scratch.get() + (kVFirst ? plane_bytes : 0);
-  uint8_t* const v = scratch.get() + (kVFirst ? 0 : plane_bytes);
+  const int chroma_rows = kChromaScratchBytes / (2 * pairs);
+  std::array<uint8_t, kChromaScratchBytes> scratch;
+  uint8_t* const first = scratch.data();
+  uint8_t* const second = first + kChromaScratchBytes / 2;
+  uint8_t* const u = kVFirst ? second : first;
+  uint8_t* const v = kVFirst ? first : second;
   for (int y = 0; y < height; y += 2 * chroma_rows) {
     const int rows = std::min(2 * chroma_rows, height - y);
     const QX_OFFSCREEN from = image_from(src, 0, y);
     const QX_OFFSCREEN to = image_from(dst, 0, y);
     ToPlanar(from.plane[0], from.pitch[0], to.plane[0], to.pitch[0], u, pairs, v, pairs, width,
              rows);
-    ::libyuv::MergeUVPlane(scratch.get(), pairs, scratch.get() + plane_bytes, pairs, to.plane[1],
-                           to.pitch[1], pairs, (rows + 1) / 2);
+    ::libyuv::MergeUVPlane(first, pairs, second, pairs, to.plane[1], to.pitch[1], pairs,
+                           (rows + 1) / 2);
   }
 }
 

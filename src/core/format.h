@@ -12,17 +12,16 @@ struct FormatTraits {
   uint32_t code;
   const char* name;
   int planes;
-  int bytes_per_pixel;       // of plane 0
-  const char* memory_order;  // bytes of a pixel, or of a chroma pair after the Y plane
+  int bytes_per_pixel;  // of plane 0
 };
 
 inline constexpr std::array<FormatTraits, 6> kFormats{{
-    {QX_FMT_RGB24, "RGB24", 1, 3, "B G R"},
-    {QX_FMT_ARGB, "ARGB", 1, 4, "B G R A"},
-    {QX_FMT_ABGR, "ABGR", 1, 4, "R G B A"},
-    {QX_FMT_GRAY, "GRAY", 1, 1, "gray"},
-    {QX_FMT_NV12, "NV12", 2, 1, "Y, U V"},
-    {QX_FMT_NV21, "NV21", 2, 1, "Y, V U"},
+    {QX_FMT_RGB24, "RGB24", 1, 3},
+    {QX_FMT_ARGB, "ARGB", 1, 4},
+    {QX_FMT_ABGR, "ABGR", 1, 4},
+    {QX_FMT_GRAY, "GRAY", 1, 1},
+    {QX_FMT_NV12, "NV12", 2, 1},
+    {QX_FMT_NV21, "NV21", 2, 1},
 }};
 
 // Null for a code that is not a format.

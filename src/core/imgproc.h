@@ -39,7 +39,8 @@ void rotate(KelPixelRegion& dst, const KelPixelRegion& src, double angle, Point2
             Scalar_<float> border_value, double scale);
 
 // cv::warpAffine of every plane by a 2 x 3 matrix of doubles; of the chroma plane by the matrix
-// with half its translation. Matrices that are not finite and sides of 32767 or more write nothing.
+// with half its translation. Matrices that are not finite, sources with a side of 32767 or more and
+// destinations with one above 2^29 write nothing.
 void warpAffine(KelPixelRegion& dst, const KelPixelRegion& src, const cv::Mat& matrix, int flags,
                 int border_mode, Scalar_<float> border_value);
 

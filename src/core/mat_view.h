@@ -16,6 +16,15 @@ inline cv::Mat plane_mat(uint8_t* data, int32_t width, int32_t height, int32_t p
   return cv::Mat(height, width, type, data, static_cast<size_t>(pitch));
 }
 
+inline cv::Mat first_plane_mat(const KelPixelRegion& region, int type) {
+  return plane_mat(region.plane[0], region.width, region.height, region.pitch[0], type);
+}
+
+// Whole chroma pairs: of odd sides the last column and row have none.
+inline cv::Mat chroma_mat(const KelPixelRegion& region) {
+  return plane_mat(region.plane[1], region.width / 2, region.height / 2, region.pitch[1], CV_8UC2);
+}
+
 // Rows packed, whatever the pitch says: how the mask and outline operations see plane 0. Where the
 // source is only read, the caller must hand the header to operations that only read it.
 inline cv::Mat packed_mat(const KelPixelRegion& region, int type) {

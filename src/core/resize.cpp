@@ -70,14 +70,6 @@ void resize_plane(cv::Mat dst, const cv::Mat& src, int method) {
   }
 }
 
-cv::Mat first_plane(const KelPixelRegion& region, int type) {
-  return plane_mat(region.plane[0], region.width, region.height, region.pitch[0], type);
-}
-
-cv::Mat chroma_plane(const KelPixelRegion& region) {
-  return plane_mat(region.plane[1], region.width / 2, region.height / 2, region.pitch[1], CV_8UC2);
-}
-
 // Codes without a type of their own count as one byte per pixel, ABGR too.
 int plane_type(uint32_t format) {
   if (format == QX_FMT_RGB24) return CV_8UC3;
@@ -90,9 +82,9 @@ int plane_type(uint32_t format) {
 void resize(KelPixelRegion& dst, const KelPixelRegion& src, InterpolationMethod method) {
   const int interpolation = opencv_method(method);
   const int type = plane_type(src.format);
-  resize_plane(first_plane(dst, type), first_plane(src, type), interpolation);
+  resize_plane(first_plane_mat(dst, type), first_plane_mat(src, type), interpolation);
   if (kel::imageprocess::is_two_plane(src.format)) {
-    resize_plane(chroma_plane(dst), chroma_plane(src), interpolation);
+    resize_plane(chroma_mat(dst), chroma_mat(src), interpolation);
   }
 }
 

@@ -69,7 +69,7 @@ void turn_grid(Grid<uint8_t> dst, Grid<const uint8_t> src, Turn turn, int elemen
   transpose(dst.data, dst.stride, src.data, src.stride, src.width, src.height, element_bytes);
 }
 
-// Rows are packed here, whatever the pitches say: turned gray images are fixed that way.
+// Rows are packed here, whatever the pitches say: gray images are masks, and masks are packed.
 void turn_gray(PixelRegion_<QX_FMT_GRAY>& dst, const PixelRegion_<QX_FMT_GRAY>& src, Turn turn) {
   turn_grid(packed_grid(dst.plane.data, dst.plane.row_bytes, dst.plane.rows, 1),
             packed_grid<const uint8_t>(src.plane.data, src.plane.row_bytes, src.plane.rows, 1),

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <opencv2/imgproc.hpp>
@@ -23,10 +24,13 @@ bool is_finite(const cv::Mat& matrix) {
   return true;
 }
 
-// OpenCV samples with 16-bit coordinates and refuses larger images.
-bool has_short_sides(const KelPixelRegion& region) {
-  constexpr int kLimit = std::numeric_limits<int16_t>::max();
-  return region.width < kLimit && region.height < kLimit;
+// OpenCV samples with 16-bit coordinates and refuses larger sources; of destinations it doubles the
+// sides in an int.
+bool fits(const KelPixelRegion& dst, const KelPixelRegion& src) {
+  constexpr int kLongestSource = std::numeric_limits<int16_t>::max() - 1;
+  constexpr int kLongest = 1 << 29;
+  return std::max(src.width, src.height) <= kLongestSource &&
+         std::max(dst.width, dst.height) <= kLongest;
 }
 
 void warp_plane(cv::Mat dst, const cv::Mat& src, const cv::Mat& matrix, const Warp& warp) {
@@ -36,8 +40,7 @@ void warp_plane(cv::Mat dst, const cv::Mat& src, const cv::Mat& matrix, const Wa
 
 void warp_first(KelPixelRegion& dst, const KelPixelRegion& src, int type, const cv::Mat& matrix,
                 const Warp& warp) {
-  warp_plane(plane_mat(dst.plane[0], dst.width, dst.height, dst.pitch[0], type),
-             plane_mat(src.plane[0], src.width, src.height, src.pitch[0], type), matrix, warp);
+  warp_plane(first_plane_mat(dst, type), first_plane_mat(src, type), matrix, warp);
 }
 
 void warp_chroma(KelPixelRegion& dst, const KelPixelRegion& src, const cv::Mat& matrix,
@@ -45,16 +48,14 @@ void warp_chroma(KelPixelRegion& dst, const KelPixelRegion& src, const cv::Mat& 
   cv::Mat halved = matrix.clone();
   halved.at<double>(0, 2) *= 0.5;
   halved.at<double>(1, 2) *= 0.5;
-  warp_plane(plane_mat(dst.plane[1], dst.width / 2, dst.height / 2, dst.pitch[1], CV_8UC2),
-             plane_mat(src.plane[1], src.width / 2, src.height / 2, src.pitch[1], CV_8UC2), halved,
-             warp);
+  warp_plane(chroma_mat(dst), chroma_mat(src), halved, warp);
 }
 
 }  // namespace
 
 void warpAffine(KelPixelRegion& dst, const KelPixelRegion& src, const cv::Mat& matrix, int flags,
                 int border_mode, Scalar_<float> border_value) {
-  if (!is_finite(matrix) || !has_short_sides(dst) || !has_short_sides(src)) return;
+  if (!is_finite(matrix) || !fits(dst, src)) return;
   const float* border = border_value.v;
   const Warp warp{flags, border_mode, cv::Scalar(border[0], border[1], border[2], border[3])};
   switch (src.format) {

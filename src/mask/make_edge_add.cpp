@@ -73,7 +73,8 @@ void find_edge_contour_add_haar(Contours& contours, int32_t radius, const cv::Ma
   std::vector<int32_t> sums(2 * static_cast<size_t>(radius) + 2);
   for (std::vector<cv::Point>& contour : contours) {
     for (cv::Point& point : contour) {
-      // The bound lets the window reach one column behind the row; required.
+      // The bound lets the window reach one column behind the row, where the next row begins;
+      // refined edges at the right border come out of that.
       if (point.x < radius || point.x + radius > guide.cols) continue;
       const int left = mask.at<uint8_t>(point.y, point.x - 1);
       const int right = mask.at<uint8_t>(point.y, point.x + 1);
