@@ -12,12 +12,6 @@ using Contour = std::vector<cv::Point>;
 using Contours = std::vector<Contour>;
 using Hierarchy = std::vector<cv::Vec4i>;  // next, previous, first child, parent; -1 for none
 
-// Traces the non-zero pixels of an 8-bit image with their whole nesting (cv::findContours);
-// `approximation` is one of cv::ContourApproximationModes. Shapes spread over more pixels than an
-// `int` counts are not traced: no contours.
-void trace_contours(const cv::Mat& image, int approximation, Contours& contours,
-                    Hierarchy& hierarchy);
-
 // Inserts the main contours: the largest one (the first of several) and its later siblings, or its
 // earlier ones when it is the last. 0 is inserted when there is no contour.
 void get_max_hierarchy_index(std::set<int32_t>& set, const Contours& contours,

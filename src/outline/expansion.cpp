@@ -6,6 +6,7 @@
 
 #include "core/saturate.h"
 #include "outline/fill_contours.h"
+#include "outline/trace_contours.h"
 
 namespace outline {
 namespace {
@@ -85,7 +86,7 @@ void expansion_contours_polar(Contours& contours, uint16_t expand_size, cv::Mat&
     const double scale = radial_scale(contour, centre, expand_size);
     if (std::isfinite(scale)) scale_contour(contour, centre, scale);
   });
-  fill_contours(image, contours, kExpansionValue);
+  fill_contours(image, contours, kShape);
 }
 
 void expansion_contours_vector(Contours& contours, uint16_t expand_size, cv::Mat& image,
@@ -94,7 +95,7 @@ void expansion_contours_vector(Contours& contours, uint16_t expand_size, cv::Mat
   move_main_contours(contours, hierarchy, center, [&](Contour& contour, cv::Point2d centre) {
     push_contour(contour, centre, expand_size);
   });
-  fill_contours(image, contours, kExpansionValue);
+  fill_contours(image, contours, kShape);
 }
 
 }  // namespace outline

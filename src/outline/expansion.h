@@ -10,10 +10,7 @@
 
 namespace outline {
 
-// Painted by the expansions and strokes; any value but 0 counts as shape.
-inline constexpr uint8_t kExpansionValue = 127;
-
-// Both move the points of the main contours and paint all contours, filled, into the 8-bit
+// Both move the points of the main contours and paint all contours, filled, as shape into the 8-bit
 // `image`. The centre of a contour is `center`, or its centroid when that is null; a contour whose
 // centre or scale is not finite stays where it is. Coordinates saturate.
 

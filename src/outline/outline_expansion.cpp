@@ -7,25 +7,26 @@
 #include "outline/fill_contours.h"
 #include "outline/result.h"
 #include "outline/smoothing.h"
+#include "outline/trace_contours.h"
 
 namespace outline {
 namespace {
 
-// 255 for shape, 0 for the rest; reads the caller's rows where they are.
-cv::Mat binarise(const kel::imageprocess::Plane& gray, uint8_t threshold) {
+// Reads the caller's rows where they are.
+cv::Mat find_shapes(const kel::imageprocess::Plane& gray, uint8_t threshold) {
   const int width = static_cast<int>(gray.row_bytes);
-  cv::Mat binary(static_cast<int>(gray.rows), width, CV_8UC1);
-  for (int y = 0; y < binary.rows; ++y) {
+  cv::Mat shapes = make_framed_image({width, static_cast<int>(gray.rows)});
+  for (int y = 0; y < shapes.rows; ++y) {
     const uint8_t* from = gray.row(y);
-    uint8_t* to = binary.ptr(y);
-    for (int x = 0; x < width; ++x) to[x] = from[x] > threshold ? 255 : 0;
+    uint8_t* to = shapes.ptr(y);
+    for (int x = 0; x < width; ++x) to[x] = from[x] > threshold ? kShape : 0;
   }
-  return binary;
+  return shapes;
 }
 
 // All contours of the list, whatever their level, in one call.
 void stroke_each(cv::Mat& image, const Contours& contours, uint16_t expand_size) {
-  cv::drawContours(image, contours, -1, cv::Scalar(kExpansionValue), 2 * expand_size, 0);
+  cv::drawContours(image, contours, -1, cv::Scalar(kShape), 2 * expand_size, 0);
 }
 
 }  // namespace
@@ -41,7 +42,7 @@ void switch_mode_draw(cv::Mat& image, Contours& contours, const Hierarchy& hiera
       break;
     case MK_OMODE_FILL_STROKE:
     case MK_OMODE_HULL_FILL_STROKE:
-      fill_top_level(image, contours, hierarchy, kExpansionValue);
+      fill_top_level(image, contours, hierarchy, kShape);
       stroke_each(image, contours, expand_size);
       break;
     case MK_OMODE_POLAR:
@@ -68,7 +69,12 @@ void switch_mode_draw(cv::Mat& image, Contours& contours, const Hierarchy& hiera
 
 uint32_t outline_expansion(const kel::imageprocess::Plane& gray, const MKOutlineMode* mode,
                            MKGetOutline* result) {
-  cv::Mat shapes = binarise(gray, mode->threshold);
+  constexpr int64_t kLongestSide = int64_t{1} << 30;  // as far as coordinates are counted
+  if (std::max(gray.row_bytes, gray.rows) > kLongestSide) {
+    result->contour_count = 0;
+    return MVK_NOT_FOUND;
+  }
+  cv::Mat shapes = find_shapes(gray, mode->threshold);
   Contours contours;
   Hierarchy hierarchy;
   // Simple runs here, whatever the caller wants returned: the expansions see these points.

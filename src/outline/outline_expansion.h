@@ -17,8 +17,9 @@ uint32_t outline_expansion(KelPixelRegion image, const MKOutlineMode* mode, MKGe
 uint32_t outline_expansion(const kel::imageprocess::Plane& gray, const MKOutlineMode* mode,
                            MKGetOutline* result);
 
-// Paints the contours, grown as mode->mode says, into an 8-bit image, and smooths what is painted
-// there. Replaces the contours by their hulls or moves them where the mode does so.
+// Paints the contours, grown as mode->mode says, as shape into a framed image (trace_contours.h),
+// and smooths what is painted there. Replaces the contours by their hulls or moves them where the
+// mode does so.
 void switch_mode_draw(cv::Mat& image, Contours& contours, const Hierarchy& hierarchy,
                       const MKOutlineMode* mode);
 

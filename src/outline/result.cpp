@@ -4,6 +4,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "outline/contours.h"
+#include "outline/trace_contours.h"
 
 namespace outline {
 namespace {
@@ -41,8 +42,7 @@ void release_outlines(const MKGetOutline& result) {
   delete[] result.point_counts;
 }
 
-uint32_t get_contours_outline(const cv::Mat& image, MKGetOutline* result,
-                              const MKOutlineMode* mode) {
+uint32_t get_contours_outline(cv::Mat& image, MKGetOutline* result, const MKOutlineMode* mode) {
   Contours contours;
   Hierarchy hierarchy;
   trace_contours(image, static_cast<int>(mode->chain_approx), contours, hierarchy);

@@ -10,10 +10,9 @@ namespace outline {
 // Releases the arrays of a record whose count is not 0. The record keeps its values.
 void release_outlines(const MKGetOutline& result);
 
-// Traces the non-zero pixels of an 8-bit image into `result`, which holds nothing before. Returns
-// MVK_OK or, without any contour, MVK_NOT_FOUND. When memory fails half-way the record holds the
-// outlines stored so far, and none for the rest.
-uint32_t get_contours_outline(const cv::Mat& image, MKGetOutline* result,
-                              const MKOutlineMode* mode);
+// Traces the shapes of a framed image (trace_contours.h) into `result`, which holds nothing before.
+// Returns MVK_OK or, without any contour, MVK_NOT_FOUND. When memory fails half-way the record
+// holds the outlines stored so far, and none for the rest.
+uint32_t get_contours_outline(cv::Mat& image, MKGetOutline* result, const MKOutlineMode* mode);
 
 }  // namespace outline

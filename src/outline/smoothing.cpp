@@ -5,11 +5,10 @@
 #include "core/saturate.h"
 #include "outline/contours.h"
 #include "outline/fill_contours.h"
+#include "outline/trace_contours.h"
 
 namespace outline {
 namespace {
-
-constexpr uint8_t kSmoothingValue = 100;
 
 // The contour is a row of points to the filter, reflected at its ends although it is closed.
 void smooth_contour(Contour& contour, double share) {
@@ -32,7 +31,7 @@ void make_contour_mean_fast(cv::Mat& image, MKOSmoothLevel level) {
   get_max_hierarchy_index(main, contours, hierarchy);
   const float share = static_cast<float>(level) * 0.01F;
   for (const int32_t i : main) smooth_contour(contours[static_cast<size_t>(i)], share);
-  fill_contours(image, contours, kSmoothingValue);
+  fill_contours(image, contours, kShape);
 }
 
 }  // namespace outline
