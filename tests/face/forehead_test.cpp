@@ -19,8 +19,6 @@ using Real = long double;
 using Point = std::complex<Real>;   // x + iy
 using Ints = std::vector<int32_t>;  // x, y pairs
 
-Point at(const Ints& points, size_t i) { return Point(points[2 * i], points[2 * i + 1]); }
-
 // Narrowed at the places where the library works in single precision.
 Point single(Point p) { return {static_cast<float>(p.real()), static_cast<float>(p.imag())}; }
 
@@ -115,45 +113,10 @@ TEST(GuessForehead, AgreesWithTheJudgeToThePixel) {
     const Real angle = random.range(-314, 314) / 100.0L;
     const Point turn = round % 2 ? std::polar(1.0L, angle) : Point(round % 3 == 0, round % 3 != 0);
     const Point centre(width * 2 / 5, height * 3 / 5);
-    const Ints points = face(centre, radius, depth, turn, round % 4 < 2 ? 106 : 96);
+    Ints points = face(centre, radius, depth, turn, round % 4 < 2 ? 106 : 96);
+    const int uneven = round % 2 ? static_cast<int>(radius / 20) : 0;
+    for (int& v : points) v += random.range(-uneven, uneven);
     ASSERT_EQ(guess(points, width, height), judged(points, width, height)) << round;
-  }
-}
-
-// The forehead turns and shrinks with the face and does not depend on the image's size.
-TEST(GuessForehead, MovesWithTheFace) {
-  const Point centre(5e6L, 4e6L);
-  const Ints upright = guess(face(centre, 1.6e6L, 2.2e6L, 1, 106), 10000001, 10000001);
-  for (int i = 0; i < 48; ++i) {
-    const Point turn = std::polar(i % 2 ? 0.7L : 1.0L, i * 0.4L);
-    const int width = 8000000 + i % 4 * 1000000, height = 8000000 + i * 99999;
-    const Ints turned = guess(face(centre, 1.6e6L, 2.2e6L, turn, 106), width, height);
-    for (size_t k = 0; k < 11; ++k)
-      EXPECT_LT(std::abs((at(turned, k) - centre) / turn - at(upright, k) + centre), 100) << i;
-  }
-}
-
-Real distance_to_line(const Ints& line, Point p) {
-  Real nearest = HUGE_VALL;
-  for (size_t i = 0; i + 1 < line.size() / 2; ++i) {
-    const Point edge = at(line, i + 1) - at(line, i), offset = (p - at(line, i)) / edge;
-    const Point beside(offset.real() - std::clamp(offset.real(), 0.0L, 1.0L), offset.imag());
-    nearest = std::min(nearest, std::abs(beside * edge));
-  }
-  return nearest;
-}
-
-// Real faces with a measured forehead: close at the temples, above the flat hairline at the apex.
-TEST(GuessForehead, FollowsMeasuredForeheads) {
-  for (const std::string name : {"collins", "collins_tilted", "hopper", "hopper_frame"}) {
-    const std::string path = "samples/" + name;
-    Ints points(212), arc(30);
-    mvk_read_landmarks(points.data(), 106, (path + "_landmarks106.txt").c_str(), 0, 2, ',');
-    mvk_read_landmarks(arc.data(), 15, (path + "_forehead_mesh15.txt").c_str(), 0, 2, ',');
-    const Ints forehead = guess(points, 640, 480);
-    const Real ears = std::abs(at(arc, 14) - at(arc, 0));
-    for (const size_t i : {0u, 1u, 5u, 9u, 10u})
-      EXPECT_LT(distance_to_line(arc, at(forehead, i)) / ears, i == 5 ? 0.25L : 0.03L) << name << i;
   }
 }
 
@@ -172,8 +135,8 @@ TEST(GuessForehead, SurvivesAnyInput) {
 
 TEST(GuessForehead, SharedMemoryAndBadArguments) {
   Ints points = face(Point(50, 50), 20, 30, 1, 106);
-  Ints expected = guess(points, 99, 99);
-  expected.insert(expected.end(), points.begin() + 22, points.end());
+  Ints expected = points;
+  std::ranges::copy(guess(points, 99, 99), expected.begin());
   int32_t* const data = points.data();
   for (const uint32_t count : {0u, 95u, 97u, 105u, 107u, 0xFFFFFFFFu})
     EXPECT_EQ(mvk_guess_forehead_landmarks(data, data, count, 99, 99), MVK_BAD_ARGUMENT);

@@ -1,4 +1,4 @@
-// mvk_write_landmarks and mvk_read_landmarks.
+// mvk_write_landmarks and mvk_read_landmarks, and the cutting of their lines.
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -8,8 +8,10 @@
 #include <fstream>
 #include <iterator>
 #include <locale>
+#include <sstream>
 
-#include "morvik/morvik.h"
+#include "core/split.h"
+#include "support/test_image.h"
 
 namespace {
 
@@ -82,6 +84,23 @@ TEST(LandmarkFile, PathsAndArgumentsThatCannotBe) {
   EXPECT_EQ(mvk_write_landmarks(nullptr, 0, kPath, 1, 2, ','), MVK_OK);
   EXPECT_EQ(mvk_read_landmarks(nullptr, -1, kPath, 1, 2, ','), MVK_OK);
   EXPECT_TRUE(std::filesystem::is_empty(kPath) && std::filesystem::remove(kPath));
+}
+
+// The standard library's own loop over a delimiter is the judge.
+TEST(Split, AgreesWithGetlineOnRandomTexts) {
+  test::Random random(1);
+  for (int round = 0; round < 9000; ++round) {
+    std::string text;
+    for (int i = random.range(0, 9); i > 0; --i) text += ",, a\n\0"[random.range(0, 5)];
+    const char separator = ", \n\0"[random.range(0, 3)];
+    std::vector<std::string> expected, fields{text};
+    std::istringstream stream(text);
+    for (std::string field; std::getline(stream, field, separator);) expected.push_back(field);
+    ASSERT_EQ(kel::string::split(text, separator), expected) << '"' << text << '"';
+    expected.insert(expected.begin(), text);
+    // The text is one of the fields that it is appended to.
+    ASSERT_EQ(kel::string::split(fields[0], separator, fields), expected) << '"' << text << '"';
+  }
 }
 
 }  // namespace

@@ -3,40 +3,32 @@
 // two lines "//! [NAME]"; without a name the block is the whole file.
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
 #include <regex>
+
+#include "pictures/files.h"
 
 namespace {
 
-std::string read(const std::string& name) {
-  std::ifstream file(MORVIK_ROOT "/" + name);
-  EXPECT_TRUE(file) << name;
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 std::string passage(const std::string& file, const std::string& name) {
-  const std::string text = read(file);
+  const tool::Bytes bytes = tool::read_file(MORVIK_ROOT "/" + file);
+  const std::string text(bytes.begin(), bytes.end());
   if (name.empty()) return text;
   const std::string mark = "//! [" + name + "]\n";
   const size_t start = text.find(mark) + mark.size();
   return text.substr(start, text.find(mark, start) - start);
 }
 
-void expect_code_of_examples(const std::string& page, ptrdiff_t blocks) {
-  const std::string text = read(page);
+TEST(Guide, ShowsTheCodeOfTheExamples) {
   const std::regex block(
       R"(<!-- (examples/[a-z_.]+)(?: \[([a-z]+)\])? -->\n```[a-z]*\n([^`]*)```)");
-  const std::sregex_iterator first(text.begin(), text.end(), block);
-  for (std::sregex_iterator it = first; it != std::sregex_iterator(); ++it) {
-    EXPECT_EQ((*it)[3].str(), passage((*it)[1], (*it)[2])) << page << ": " << (*it)[0];
+  for (const auto& [page, blocks] : {std::pair{"README.md", 1}, {"docs/guide.md", 4}}) {
+    const std::string text = passage(page, "");
+    int found = 0;
+    for (std::sregex_iterator it(text.begin(), text.end(), block), end; it != end; ++it, ++found) {
+      EXPECT_EQ((*it)[3].str(), passage((*it)[1], (*it)[2])) << page << ": " << (*it)[0];
+    }
+    EXPECT_EQ(found, blocks) << page;
   }
-  EXPECT_EQ(std::distance(first, std::sregex_iterator()), blocks) << page;
-}
-
-TEST(Guide, ShowsTheCodeOfTheExamples) {
-  expect_code_of_examples("README.md", 1);
-  expect_code_of_examples("docs/guide.md", 4);
 }
 
 }  // namespace
