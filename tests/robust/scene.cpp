@@ -1,238 +1,264 @@
 #include "robust/scene.h"
 
 #include <algorithm>
-#include <atomic>
 #include <bit>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <memory>
 
 #include "core/format.h"
+#include "reference/mask.h"
+#include "reference/outline.h"
 #include "support/test_image.h"
 
 namespace robust {
 namespace {
 
+using as_written::block;
 using kel::imageprocess::bytes_per_pixel;
 using kel::imageprocess::is_two_plane;
 
 constexpr uint8_t kPaddingByte = 0xA5;
 
-struct PlaneShape {
-  int row_bytes;
-  int rows;
-  int pitch;
-  size_t size;
-};
+// The part of a plane that copies and turns move; empty where rows overlap.
+cv::Mat pixels_of(const QX_OFFSCREEN& image, int plane, bool packed) {
+  const bool two = is_two_plane(image.format);
+  const int w = two ? image.width / 2 * (2 - plane) : image.width;
+  const int h = two ? image.height / 2 * (2 - plane) : image.height;
+  const int bytes = plane == 1 ? 2 : bytes_per_pixel(image.format);
+  const auto step = static_cast<size_t>(packed ? w * bytes : image.pitch[plane]);
+  if (step < static_cast<size_t>(w * bytes)) return {};
+  return {h, w, CV_8UC(bytes), image.plane[plane], step};
+}
 
-// The caller's side of the contract, stated once more on its own.
-PlaneShape plane_shape(const ImageSpec& spec, int plane, int padding) {
-  const bool even = plane == 0 && is_two_plane(spec.format) && spec.packed;
-  const int up = spec.chroma_up ? 1 : 0;
-  const int bytes = bytes_per_pixel(spec.format);
-  PlaneShape shape{(even ? spec.width & ~1 : spec.width) * bytes,
-                   even ? spec.height & ~1 : spec.height,
-                   std::max(spec.width, spec.width * bytes + padding), 0};
-  if (plane == 1) {
-    shape = {(spec.width + up) / 2 * 2, (spec.height + up) / 2,
-             ((spec.width + 1) & ~1) + std::max(0, padding), 0};
+bool is_turned(const Scene& s, int angle, bool packed) {
+  for (int i = 0; i < (is_two_plane(s.src[0].format) ? 2 : 1); ++i) {
+    cv::Mat turned = pixels_of(s.src[0], i, packed).clone();
+    const cv::Mat result = pixels_of(s.dst[0], i, packed);
+    if (turned.empty() || result.empty()) continue;
+    if (angle != 0) cv::rotate(turned.clone(), turned, angle / 90 - 1);
+    if (cv::norm(result, turned, cv::NORM_INF) != 0) return false;
   }
-  if (shape.rows == 0 || shape.row_bytes == 0) return shape;
-  const int step = spec.packed ? shape.row_bytes : shape.pitch;
-  const int last = spec.last_row_whole ? shape.pitch : shape.row_bytes;
-  shape.size =
-      static_cast<size_t>(step) * static_cast<size_t>(shape.rows - 1) + static_cast<size_t>(last);
-  return shape;
+  return s.code == MVK_OK;
 }
 
-// One function per operation: adds images, values and the call itself to `call`.
-
-ImageSpec sized(const Call& call, uint32_t format, bool packed) {
-  return {format, call.width, call.height, packed};
+bool shows(const Scene& s, const cv::Mat& wanted) {
+  return s.code == MVK_OK && cv::norm(block(s.dst[0]), wanted, cv::NORM_INF) == 0;
 }
 
-void copy_call(Call& call, Choice&) {
-  call.sources = {sized(call, call.variant.from, false)};
-  call.destinations = {sized(call, call.variant.to, false)};
-  call.run = [](Scene& s) { return mvk_copy(&s.dst[0], &s.src[0]); };
+// One function per operation adds the images, what else it takes, the call and a judge of it.
+
+void set_copy(Scene& s) {
+  s.add_pair(false);
+  s.call = [&s] { return mvk_copy(&s.dst[0], &s.src[0]); };
+  s.judge = [&s] { return is_turned(s, 0, false); };
 }
 
-void convert_call(Call& call, Choice&) {
-  const auto [operation, to, from] = call.variant;
-  const bool up = to != QX_FMT_GRAY && from != QX_FMT_GRAY;
-  const bool shifted = to == QX_FMT_NV12 && from == QX_FMT_GRAY;
-  call.sources = {{from, call.width, call.height, false, up}};
-  call.destinations = {{to, call.width, call.height, false, up, shifted}};
-  call.run = [](Scene& s) { return mvk_convert(&s.dst[0], &s.src[0]); };
+void set_convert(Scene& s) {
+  s.add_pair(false);
+  s.call = [&s] { return mvk_convert(&s.dst[0], &s.src[0]); };
 }
 
-void resize_call(Call& call, Choice& choice) {
-  const auto method = static_cast<uint32_t>(choice.pick(0, 3));
-  const int width = choice.pick(1, 2 * call.width);
-  const int height = choice.pick(1, 2 * call.height);
-  call.sources = {sized(call, call.variant.from, false)};
-  call.destinations = {{call.variant.to, width, height}};
-  call.run = [method](Scene& s) { return mvk_resize(&s.dst[0], &s.src[0], method); };
+void set_resize(Scene& s) {
+  const auto method = static_cast<uint32_t>(s.argument(0, 3));
+  const int width = s.choice.pick(1, 2 * s.width);
+  s.add(s.src, s.variant.from, s.width, s.height, false);
+  s.add(s.dst, s.variant.to, width, s.choice.pick(1, 2 * s.height), false);
+  s.call = [=, &s] { return mvk_resize(&s.dst[0], &s.src[0], method); };
 }
 
-void rotate_call(Call& call, Choice& choice) {
-  const uint32_t format = call.variant.from;
-  const int angle = 90 * choice.pick(0, 3);
-  const bool turned = angle == 90 || angle == 270;
-  const bool packed = angle != 0 && format != QX_FMT_RGB24 && format != QX_FMT_ARGB;
-  int width = turned ? call.height : call.width;
-  if (choice.pick(0, 7) == 0) width = choice.pick(1, 2 * call.width);
-  call.sources = {sized(call, format, packed)};
-  call.destinations = {{format, width, turned ? call.width : call.height, packed}};
-  call.number = angle;
-  call.run = [angle](Scene& s) { return mvk_rotate(&s.dst[0], &s.src[0], angle); };
+void set_rotate(Scene& s) {
+  const auto [function, to, from] = s.variant;
+  const int angle = 90 * s.argument(0, 3);
+  const bool packed = angle != 0 && from != QX_FMT_RGB24 && from != QX_FMT_ARGB;
+  const int turned = angle % 180 == 0 ? s.width : s.height;
+  const int width = s.choice.pick(0, 7) == 0 ? s.choice.pick(1, 2 * s.width) : turned;
+  s.add(s.src, from, s.width, s.height, packed);
+  s.add(s.dst, to, width, s.width + s.height - turned, packed);
+  s.call = [=, &s] { return mvk_rotate(&s.dst[0], &s.src[0], angle); };
+  if (width == turned) s.judge = [=, &s] { return is_turned(s, angle, packed); };
 }
 
-void mask_smooth_call(Call& call, Choice& choice) {
-  const auto mode = static_cast<uint32_t>(choice.pick(0, 1));
-  const auto limit = static_cast<uint32_t>(choice.pick(0, 2 * std::max(call.width, call.height)));
-  const int width = choice.pick(1, std::clamp(call.width - 1, 1, 520));
-  const int height = choice.pick(1, std::clamp(call.height - 1, 1, 520));
-  call.sources = {{QX_FMT_GRAY, width, height, true}, sized(call, QX_FMT_RGB24, true)};
-  call.destinations = {sized(call, QX_FMT_GRAY, true)};
-  call.run = [mode, limit](Scene& s) {
-    return mvk_make_mask_smooth(&s.dst[0], &s.src[0], &s.src[1], mode, limit);
+void set_mask_smooth(Scene& s) {
+  const auto mode = static_cast<uint32_t>(s.choice.pick(0, 1));
+  const auto limit = static_cast<uint32_t>(s.choice.pick(0, 2 * std::max(s.width, s.height)));
+  const int width = s.choice.pick(1, std::clamp(s.width - 1, 1, 520));
+  const int height = s.choice.pick(1, std::clamp(s.height - 1, 1, 520));
+  s.add(s.src, QX_FMT_GRAY, width, height, true);
+  s.add(s.src, QX_FMT_RGB24, s.width, s.height, true);
+  s.add(s.dst, QX_FMT_GRAY, s.width, s.height, true);
+  s.call = [=, &s] { return mvk_make_mask_smooth(&s.dst[0], &s.src[0], &s.src[1], mode, limit); };
+  s.judge = [=, &s] {
+    if (width == s.width || height == s.height) return s.is_refused();
+    const cv::Mat smooth = as_written::smooth_mask(block(s.src[0]), s.src[1], mode, limit);
+    return smooth.empty() ? s.is_refused() : shows(s, smooth);
   };
 }
 
-void holes_call(Call& call, Choice& choice) {
-  const auto level = static_cast<uint32_t>(choice.pick(0, 254));
-  call.sources = call.destinations = {sized(call, QX_FMT_GRAY, true)};
-  call.run = [level](Scene& s) { return mvk_make_up_holes(&s.dst[0], &s.src[0], level); };
+void set_holes(Scene& s) {
+  const int level = s.argument(0, 254);
+  s.add_pair(true);
+  s.call = [=, &s] {
+    return mvk_make_up_holes(&s.dst[0], &s.src[0], static_cast<uint32_t>(level));
+  };
+  s.judge = [=, &s] { return shows(s, as_written::fill_holes(block(s.src[0]), level)); };
 }
 
-void morph_call(Call& call, Choice& choice) {
-  const int reach = choice.pick(0, 15) == 0 ? 200 : 24;
-  const int amount = choice.pick(-reach, reach);
-  call.sources = call.destinations = {sized(call, QX_FMT_GRAY, true)};
-  call.number = amount;
-  call.run = [amount](Scene& s) { return mvk_mask_morph(&s.dst[0], &s.src[0], amount); };
+void set_morph(Scene& s) {
+  const int amount = s.choice.pick(0, 15) == 0 ? s.argument(-200, 200) : s.choice.pick(-24, 24);
+  s.add_pair(true);
+  s.call = [=, &s] { return mvk_mask_morph(&s.dst[0], &s.src[0], amount); };
+  s.judge = [=, &s] {
+    if (amount == 0) return s.code == MVK_BAD_ARGUMENT && cv::countNonZero(block(s.dst[0])) == 0;
+    return shows(s, as_written::morph(block(s.src[0]), amount));
+  };
 }
 
-void smooth_call(Call& call, Choice& choice) {
-  const auto type = static_cast<MKBlur>(choice.pick(0, 3));
-  const int half = choice.pick(0, type == MKBlur::Bilateral ? 8 : 99);
-  const uint32_t param1 = choice.next() >> choice.pick(0, 31);
-  const uint32_t param2 = choice.next() >> choice.pick(0, 31);
-  call.sources = call.destinations = {sized(call, call.variant.from, true)};
-  call.run = [=](Scene& s) {
-    const uint32_t side = 1 + 2 * static_cast<uint32_t>(half);
+void set_smooth(Scene& s) {
+  const auto type = static_cast<MKBlur>(s.choice.pick(0, 3));
+  const int half = type == MKBlur::Bilateral ? s.choice.pick(0, 8) : s.argument(0, 99);
+  const uint32_t param1 = s.choice.next() >> s.choice.pick(0, 31);
+  const uint32_t param2 = s.choice.next() >> s.choice.pick(0, 31);
+  s.add_pair(true);
+  s.call = [=, &s] {
+    const auto side = static_cast<uint32_t>(1 + 2 * half);
     return mvk_smooth(&s.src[0], &s.dst[0], side, type, 0, param1, param2);
   };
-}
-
-void fill_call(Call& call, Choice& choice) {
-  const int count = choice.pick(0, 12);
-  const int reach = choice.pick(0, 3) == 0 ? 3000 : 9;
-  for (int i = 0; i < count; ++i) {
-    call.values.push_back(choice.pick(-reach, call.width + reach));
-    call.values.push_back(choice.pick(-reach, call.height + reach));
-  }
-  call.destinations = {sized(call, QX_FMT_GRAY, true)};
-  call.run = [count](Scene& s) {
-    return mvk_fill_area_up(&s.dst[0], static_cast<uint32_t>(count),
-                            reinterpret_cast<const TPOINT*>(s.values));
+  s.judge = [=, &s] {
+    return shows(s, as_written::blur(block(s.src[0]), {}, 1 + 2 * half, type, param1, param2));
   };
 }
 
-void box_call(Call& call, Choice& choice) {
-  const int level = choice.pick(1, 254);
-  call.sources = {sized(call, QX_FMT_GRAY, false)};
-  call.results = 4;
-  call.number = level;
-  call.run = [level](Scene& s) {
-    return mvk_get_mask_roi(&s.src[0], reinterpret_cast<MKRect*>(s.results),
-                            static_cast<uint32_t>(level));
+void set_fill(Scene& s) {
+  const int reach = s.choice.pick(0, 3) == 0 ? 3000 : 9;
+  const bool wild = s.choice.pick(0, 15) == 0;
+  std::vector<cv::Point> points(static_cast<size_t>(s.choice.pick(0, 12)));
+  for (cv::Point& point : points) {
+    point.x = s.choice.pick(-reach, s.width + reach);
+    point.y = wild ? static_cast<int>(s.choice.next()) : s.choice.pick(-reach, s.height + reach);
+  }
+  s.set_values({&points.data()->x, &points.data()->x + 2 * points.size()});
+  s.add(s.dst, QX_FMT_GRAY, s.width, s.height, true);
+  s.call = [=, &s] {
+    const auto* first = reinterpret_cast<const TPOINT*>(s.values);
+    return mvk_fill_area_up(&s.dst[0], static_cast<uint32_t>(points.size()), first);
+  };
+  if (wild) return;  // OpenCV's filler would take minutes
+  s.judge = [=, &s] { return shows(s, as_written::fill_area(s.width, s.height, points)); };
+}
+
+void set_box(Scene& s) {
+  const auto level = static_cast<uint32_t>(s.argument(1, 254));
+  s.add(s.src, QX_FMT_GRAY, s.width, s.height, false);
+  s.set_results(4);
+  s.call = [=, &s] {
+    return mvk_get_mask_roi(&s.src[0], reinterpret_cast<MKRect*>(s.results), level);
+  };
+  s.judge = [=, &s] {
+    const cv::Rect edges = as_written::box(s.src[0], level);
+    const bool none = edges.x == INT_MAX;
+    const cv::Rect found(s.results[0], s.results[1], s.results[2], s.results[3]);
+    return s.code == (none ? MVK_NOT_FOUND : MVK_OK) && found == (none ? cv::Rect() : edges);
   };
 }
 
-void outline_call(Call& call, Choice& choice) {
-  MKOutlineMode mode{};
-  mode.mode = static_cast<uint32_t>(choice.pick(0, 8));
-  mode.chain_approx = static_cast<uint32_t>(choice.pick(1, 2));
-  mode.expand_size = static_cast<uint16_t>(choice.pick(0, call.width > 100 ? 500 : 20));
-  mode.smooth_level = static_cast<MKOSmoothLevel>(choice.pick(0, 5));
-  mode.approx_poly = static_cast<uint32_t>(choice.pick(0, 1));
-  mode.threshold = static_cast<uint8_t>(choice.pick(0, 253));
-  const bool centred = choice.pick(0, 1) == 1;
-  for (const int side : {call.width, call.height}) {
-    call.values.push_back(choice.pick(-5, side + 5));
-  }
-  call.sources = {sized(call, call.variant.from, call.variant.from == QX_FMT_GRAY)};
-  call.run = [mode, centred](Scene& s) {
-    MKOutlineMode own = mode;
-    if (centred) own.center = reinterpret_cast<const TPOINT*>(s.values);
+void set_outline(Scene& s) {
+  const int expand = s.choice.pick(0, 7) == 0 ? s.argument(0, 500) : s.choice.pick(0, 20);
+  const bool centred = s.choice.pick(0, 1) == 1;
+  s.set_values({s.choice.pick(-5, s.width + 5), s.choice.pick(-5, s.height + 5)});
+  const MKOutlineMode mode{static_cast<uint32_t>(s.argument(0, 8)),
+                           static_cast<uint32_t>(s.argument(1, 2)),
+                           static_cast<uint16_t>(expand),
+                           static_cast<MKOSmoothLevel>(s.argument(0, 5)),
+                           static_cast<uint32_t>(s.choice.pick(0, 1)),
+                           centred ? reinterpret_cast<const TPOINT*>(s.values) : nullptr,
+                           static_cast<uint8_t>(s.argument(0, 253))};
+  s.add(s.src, s.variant.from, s.width, s.height, s.variant.from == QX_FMT_GRAY);
+  s.call = [=, &s] {
     if (s.handle == nullptr) s.handle = mvk_outline_create();
-    return mvk_outline_expansion(s.handle, &s.src[0], &own, &s.outlines);
+    return mvk_outline_expansion(s.handle, &s.src[0], &mode, &s.outlines);
+  };
+  s.judge = [=, &s] {
+    QX_OFFSCREEN gray = s.src[0];
+    const auto step = static_cast<size_t>(gray.format == QX_FMT_GRAY ? 0 : gray.pitch[0]);
+    cv::Mat rows = cv::Mat(gray.height, gray.width, CV_8UC1, gray.plane[0], step).clone();
+    gray.plane[0] = rows.data;
+    as_written::Outlines found;
+    for (uint32_t i = 0; i < s.outlines.contour_count; ++i) {
+      const int32_t* points = s.outlines.points[i];
+      found.emplace_back(points, points + size_t{2} * s.outlines.point_counts[i]);
+    }
+    return s.code == (found.empty() ? MVK_NOT_FOUND : MVK_OK) &&
+           found == as_written::outlines(gray, mode);
   };
 }
 
 // To a file and back into the results.
-void files_call(Call& call, Choice& choice) {
-  const int count = choice.pick(0, 106);
-  const int is_float = choice.pick(0, 1);
-  const int dims = choice.pick(2, 3);
-  const auto separator = static_cast<char>(choice.pick(' ', '/'));
-  call.results = static_cast<size_t>(count * dims);
-  for (size_t i = 0; i < call.results; ++i) {
-    const auto value = static_cast<int32_t>(choice.next() >> choice.pick(0, 31));
-    const float as_float = static_cast<float>(value) * 0.37F;
-    call.values.push_back(is_float != 0 ? std::bit_cast<int32_t>(as_float) : value);
+void set_files(Scene& s) {
+  const int count = s.choice.pick(0, 106);
+  const bool is_float = s.choice.pick(0, 1) == 1;
+  const int dims = s.choice.pick(2, 3);
+  const auto separator = static_cast<char>(s.choice.pick(' ', '/'));
+  std::vector<int32_t> numbers(static_cast<size_t>(count * dims));
+  for (int32_t& number : numbers) {
+    number = static_cast<int32_t>(s.choice.next() >> s.choice.pick(0, 31));
+    if (is_float) number = std::bit_cast<int32_t>(static_cast<float>(number) * 0.37F);
   }
-  call.number = is_float;
-  call.run = [=](Scene& s) {
-    const char* path = s.path.c_str();
-    const uint32_t code = mvk_write_landmarks(s.values, count, path, is_float, dims, separator);
-    return code | mvk_read_landmarks(s.results, count, path, is_float, dims, separator);
+  s.set_values(numbers);
+  s.set_results(numbers.size());
+  s.call = [=, &s] {
+    const uint32_t written =
+        mvk_write_landmarks(s.values, count, s.path.c_str(), is_float, dims, separator);
+    return written |
+           mvk_read_landmarks(s.results, count, s.path.c_str(), is_float, dims, separator);
   };
 }
 
 // A contour like a face's with the rest of the layout around it; sometimes wild.
-void forehead_call(Call& call, Choice& choice) {
-  const int count = choice.pick(0, 1) == 1 ? 106 : 96;
-  const int contour = count == 106 ? 33 : 19;
-  const int wildness = choice.pick(0, 7);
+void set_forehead(Scene& s) {
+  const int count = s.choice.pick(0, 1) == 1 ? 106 : 96;
+  const int wildness = s.choice.pick(0, 7);
+  std::vector<int32_t> points;
   for (int i = 0; i < count; ++i) {
-    const double turn = 3.14159265 * i / (contour - 1);
-    const double reach = i < contour ? 0.4 : 0.2;
-    const double x = call.width * (0.5 - reach * std::cos(turn)) + choice.pick(-3, 3);
-    const double y = call.height * (0.5 + reach * std::sin(turn)) + choice.pick(-3, 3);
-    call.values.push_back(wildness == 0 ? static_cast<int32_t>(choice.next())
-                                        : static_cast<int32_t>(x));
-    call.values.push_back(wildness == 1 ? 7 : static_cast<int32_t>(y));
+    const double turn = CV_PI * i / (count == 106 ? 32 : 18);
+    const double x = s.width * (0.5 - 0.4 * std::cos(turn)) + s.choice.pick(-3, 3);
+    const double y = s.height * (0.5 + 0.4 * std::sin(turn)) + s.choice.pick(-3, 3);
+    points.push_back(wildness == 0 ? static_cast<int>(s.choice.next()) : static_cast<int>(x));
+    points.push_back(wildness == 1 ? 7 : static_cast<int>(y));
   }
-  call.results = 22;
-  call.run = [count, width = call.width, height = call.height](Scene& s) {
-    return mvk_guess_forehead_landmarks(s.results, s.values, static_cast<uint32_t>(count), width,
-                                        height);
+  s.set_values(points);
+  s.set_results(22);
+  const auto guess = [&s, count](int32_t* out, const int32_t* in) {
+    return mvk_guess_forehead_landmarks(out, in, static_cast<uint32_t>(count), s.width, s.height);
+  };
+  s.call = [=, &s] { return guess(s.results, s.values); };
+  s.judge = [=, &s] {  // results may take the place of the landmarks
+    std::vector<int32_t> in_place = points;
+    return guess(in_place.data(), in_place.data()) == s.code &&
+           std::equal(s.results, s.results + 22, in_place.begin());
   };
 }
 
-struct Builder {
-  const char* name;
-  void (*build)(Call& call, Choice& choice);
-};
-// In the order of Operation.
-constexpr Builder kBuilders[] = {{"copy", copy_call},
-                                 {"convert", convert_call},
-                                 {"resize", resize_call},
-                                 {"rotate", rotate_call},
-                                 {"make_mask_smooth", mask_smooth_call},
-                                 {"make_up_holes", holes_call},
-                                 {"mask_morph", morph_call},
-                                 {"smooth", smooth_call},
-                                 {"fill_area_up", fill_call},
-                                 {"get_mask_roi", box_call},
-                                 {"outline_expansion", outline_call},
-                                 {"landmark files", files_call},
-                                 {"guess_forehead_landmarks", forehead_call}};
+const std::vector<uint32_t> kGray{QX_FMT_GRAY};
+const std::vector<uint32_t> kMovable{QX_FMT_RGB24, QX_FMT_ARGB, QX_FMT_GRAY, QX_FMT_NV12,
+                                     QX_FMT_NV21};
+const std::vector<uint32_t> kAny{QX_FMT_RGB24, QX_FMT_ARGB, QX_FMT_ABGR,
+                                 QX_FMT_GRAY,  QX_FMT_NV12, QX_FMT_NV21};
+const Function kFunctions[] = {
+    {"plain", "copy", kMovable, set_copy},
+    {"plain", "convert", kAny, set_convert, true},
+    {"plain", "resize", kMovable, set_resize},
+    {"plain", "rotate", kMovable, set_rotate},
+    {"mask", "make_mask_smooth", kGray, set_mask_smooth},
+    {"mask", "make_up_holes", kGray, set_holes},
+    {"mask", "mask_morph", kGray, set_morph},
+    {"mask", "smooth", {QX_FMT_GRAY, QX_FMT_RGB24}, set_smooth},
+    {"mask", "fill_area_up", kGray, set_fill},
+    {"mask", "get_mask_roi", kGray, set_box},
+    {"outline", "outline_expansion", {QX_FMT_GRAY, QX_FMT_NV21}, set_outline},
+    {"face", "landmark files", kGray, set_files},
+    {"face", "guess_forehead_landmarks", kGray, set_forehead}};
 
 }  // namespace
 
@@ -241,69 +267,33 @@ Choice random_choice(uint64_t seed) {
   return {[random] { return random->next(); }};
 }
 
-std::vector<Variant> variants(Operation operation) {
+std::vector<Variant> variants(const std::string& family) {
   std::vector<Variant> list;
-  for (const uint32_t to : test::kFormats) {
-    for (const uint32_t from : test::kFormats) {
-      bool takes = to == from;
-      switch (operation) {
-        case Operation::kConvert:
-          takes = to != from;
-          break;
-        case Operation::kCopy:
-        case Operation::kResize:
-        case Operation::kRotate:
-          takes = takes && to != QX_FMT_ABGR;
-          break;
-        case Operation::kSmooth:
-          takes = takes && (to == QX_FMT_GRAY || to == QX_FMT_RGB24);
-          break;
-        case Operation::kOutline:
-          takes = takes && (to == QX_FMT_GRAY || to == QX_FMT_NV21);
-          break;
-        default:
-          takes = takes && to == QX_FMT_GRAY;
+  for (const Function& function : kFunctions) {
+    if (!family.empty() && family != function.family) continue;
+    for (const uint32_t to : function.formats) {
+      for (const uint32_t from : function.formats) {
+        if ((to != from) == function.converts) list.push_back({&function, to, from});
       }
-      if (takes) list.push_back({operation, to, from});
     }
   }
   return list;
 }
 
-std::vector<Variant> all_variants() {
-  std::vector<Variant> all;
-  for (int i = 0; i <= static_cast<int>(Operation::kForehead); ++i) {
-    const std::vector<Variant> some = variants(static_cast<Operation>(i));
-    all.insert(all.end(), some.begin(), some.end());
-  }
-  return all;
-}
-
-Call make_call(Variant variant, int width, int height, Choice& choice) {
-  const Builder& builder = kBuilders[static_cast<size_t>(variant.operation)];
-  Call call{variant, width, height};
-  call.name = std::string(builder.name) + ' ' + test::format_name(variant.to) + " <- " +
-              test::format_name(variant.from) + ' ' + std::to_string(width) + 'x' +
-              std::to_string(height);
-  builder.build(call, choice);
-  return call;
-}
-
-Scene::Scene(const Call& call, Flush flush, Choice& choice) : call_(call), flush_(flush) {
-  for (const ImageSpec& spec : call.sources) add_image(spec, src, choice);
-  planes_.emplace_back(call.values.size() * sizeof(int32_t), flush);
-  std::copy(call.values.begin(), call.values.end(),
-            reinterpret_cast<int32_t*>(planes_.back().data()));
-  values = reinterpret_cast<const int32_t*>(planes_.back().data());
-  for (Pages& plane : planes_) plane.make_read_only();
-  sources_ = planes_.size();
-  for (const ImageSpec& spec : call.destinations) add_image(spec, dst, choice);
-  planes_.emplace_back(call.results * sizeof(int32_t), flush);
-  results = reinterpret_cast<int32_t*>(planes_.back().data());
-  static std::atomic<int> serial{0};
-  const std::string name =
-      "morvik_robust_" + std::to_string(getpid()) + '_' + std::to_string(serial++);
-  path = std::filesystem::temp_directory_path() / name;
+Scene::Scene(const Variant& of, int w, int h, Flush flush, Choice& decide)
+    : variant(of),
+      width(w),
+      height(h),
+      name(std::string(of.function->name) + ' ' + test::format_name(of.to) + " <- " +
+           test::format_name(of.from) + ' ' + std::to_string(w) + 'x' + std::to_string(h)),
+      choice(decide),
+      flush_(flush) {
+  const auto address = reinterpret_cast<uintptr_t>(this);
+  path = std::filesystem::temp_directory_path() /
+         ("morvik_robust_" + std::to_string(getpid()) + '_' + std::to_string(address));
+  judge = [this] { return code == MVK_OK; };
+  of.function->set(*this);
+  refused_ = outcome();
 }
 
 Scene::~Scene() {
@@ -317,74 +307,89 @@ void Scene::release() {
   outlines = {};
 }
 
-void Scene::add_image(const ImageSpec& spec, std::vector<QX_OFFSCREEN>& images, Choice& choice) {
+int Scene::argument(int low, int high) {
+  if (choice.pick(0, 31) != 0) return choice.pick(low, high);
+  hostile_ = true;
+  return choice.pick(0, 1) == 0 ? low - 1 : high + 1;
+}
+
+void Scene::set_values(const std::vector<int32_t>& numbers) {
+  Plane& plane = planes_.emplace_back(numbers.size() * sizeof(int32_t), flush_);
+  values = reinterpret_cast<const int32_t*>(plane.data);
+  std::copy(numbers.begin(), numbers.end(), reinterpret_cast<int32_t*>(plane.data));
+  plane.source = true;
+  plane.protect(PROT_READ);
+}
+
+void Scene::set_results(size_t count) {
+  results = reinterpret_cast<int32_t*>(planes_.emplace_back(count * sizeof(int32_t), flush_).data);
+}
+
+void Scene::add_pair(bool packed) {
+  add(src, variant.from, width, height, packed);
+  add(dst, variant.to, width, height, packed);
+}
+
+// The caller's side of the contract, stated once more on its own.
+void Scene::add(std::vector<QX_OFFSCREEN>& images, uint32_t format, int w, int h, bool packed) {
   constexpr int kPaddings[] = {0, 0, 1, 5, 64, -1};
-  QX_OFFSCREEN image{spec.format, spec.width, spec.height, {}, {}};
-  for (int i = 0; i < (is_two_plane(spec.format) ? 2 : 1); ++i) {
-    const PlaneShape shape = plane_shape(spec, i, kPaddings[choice.pick(0, 5)]);
-    Pages& plane = planes_.emplace_back(shape.size, flush_);
-    const Rows rows{spec.packed ? shape.row_bytes : shape.pitch,
-                    shape.row_bytes + (spec.last_row_whole ? 1 : 0)};
-    fill(plane, rows, choice);
-    rows_.resize(planes_.size());
-    rows_.back() = rows;
-    image.plane[i] = plane.data();
-    image.pitch[i] = shape.pitch;
+  const auto [function, to, from] = variant;
+  const int up = function->converts && to != QX_FMT_GRAY && from != QX_FMT_GRAY ? 1 : 0;
+  const bool shifted = function->converts && format == QX_FMT_NV12 && from == QX_FMT_GRAY;
+  const bool two = is_two_plane(format);
+  const int even = two && packed ? ~1 : ~0;
+  const int bytes = bytes_per_pixel(format);
+  QX_OFFSCREEN& image = images.emplace_back(QX_OFFSCREEN{format, w, h, {}, {}});
+  for (int i = 0; i < (two ? 2 : 1); ++i) {
+    const int padding = kPaddings[choice.pick(0, 5)];
+    const int pitch = i == 0 ? std::max(w, w * bytes + padding) : w + w % 2 + std::max(0, padding);
+    const int row = i == 0 ? (w & even) * bytes : (w + up) / 2 * 2;
+    const int rows = row == 0 ? 0 : i == 0 ? h & even : (h + up) / 2;
+    const int step = packed ? row : pitch;
+    const int size = rows == 0 ? 0 : step * (rows - 1) + (shifted ? pitch : row);
+    Plane& plane = planes_.emplace_back(static_cast<size_t>(size), flush_);
+    plane.source = &images == &src;
+    plane.step = static_cast<size_t>(std::max(step, 1));
+    plane.used = static_cast<size_t>(shifted ? row + 1 : row);
+    paint(cv::Mat(rows, std::min(row, step), CV_8UC1, plane.data, plane.step), plane);
+    image.plane[i] = plane.data;
+    image.pitch[i] = pitch;
   }
-  images.push_back(image);
 }
 
 // Noise, or flat shapes as masks have them; a known byte in the padding.
-void Scene::fill(Pages& plane, Rows rows, Choice& choice) {
-  const bool noise = choice.pick(0, 2) == 0;
-  test::Random random(choice.next());
-  uint8_t* bytes = plane.data();
-  for (size_t i = 0; noise && i < plane.size(); i += 4) {
-    const uint32_t word = random.next();
-    std::memcpy(bytes + i, &word, std::min<size_t>(4, plane.size() - i));
-  }
-  const int count = static_cast<int>(plane.size()) / std::max(rows.step, 1);
-  for (int shapes = noise ? 0 : choice.pick(0, 6); shapes > 0 && count > 0; --shapes) {
-    const int left = choice.pick(0, rows.step);
-    const int top = choice.pick(0, count);
-    const int side = choice.pick(1, std::max(rows.step, count));
-    const int value = choice.pick(0, 1) == 0 ? choice.pick(0, 255) : 255;
-    for (int y = top; y < std::min(count, top + side); ++y) {
-      std::memset(bytes + static_cast<ptrdiff_t>(y) * rows.step + left, value,
-                  static_cast<size_t>(std::min(side, rows.step - left)));
+void Scene::paint(cv::Mat pixels, Plane& plane) {
+  if (pixels.empty()) return;
+  std::memset(plane.data, kPaddingByte, plane.size);
+  if (choice.pick(0, 2) == 0) {
+    cv::RNG(choice.next()).fill(pixels, cv::RNG::UNIFORM, 0, 256);
+  } else {
+    pixels.setTo(0);
+    for (int shapes = choice.pick(0, 6); shapes > 0; --shapes) {
+      const cv::Point corner{choice.pick(0, pixels.cols), choice.pick(0, pixels.rows)};
+      const int side = choice.pick(1, std::max(pixels.cols, pixels.rows));
+      const int value = choice.pick(0, 1) == 0 ? choice.pick(0, 255) : 255;
+      cv::rectangle(pixels, {corner, cv::Size(side, side)}, value, cv::FILLED);
     }
   }
-  for_each_padding(plane, rows, [](std::span<uint8_t> padding) {
-    std::fill(padding.begin(), padding.end(), kPaddingByte);
-  });
+  if (plane.source) plane.protect(PROT_READ);
 }
 
-void Scene::for_each_padding(Pages& plane, Rows rows,
-                             const std::function<void(std::span<uint8_t>)>& visit) {
-  if (rows.step <= rows.used) return;
-  const std::span<uint8_t> bytes(plane.data(), plane.size());
-  for (size_t at = static_cast<size_t>(rows.used); at < bytes.size();
-       at += static_cast<size_t>(rows.step)) {
-    const auto length = static_cast<size_t>(rows.step - rows.used);
-    visit(bytes.subspan(at, std::min(length, bytes.size() - at)));
-  }
-}
+bool Scene::is_right() const { return padding_is_intact() && (hostile_ ? is_refused() : judge()); }
 
-bool Scene::padding_is_intact() {
-  bool intact = true;
-  for (size_t i = sources_; i < rows_.size(); ++i) {
-    for_each_padding(planes_[i], rows_[i], [&intact](std::span<uint8_t> padding) {
-      const auto known = std::count(padding.begin(), padding.end(), kPaddingByte);
-      intact = intact && known == static_cast<ptrdiff_t>(padding.size());
-    });
+bool Scene::padding_is_intact() const {
+  for (const Plane& plane : planes_) {
+    for (size_t i = 0; i < plane.size; ++i) {
+      if (i % plane.step >= plane.used && plane.data[i] != kPaddingByte) return false;
+    }
   }
-  return intact;
+  return true;
 }
 
 std::vector<uint8_t> Scene::outcome() const {
-  std::vector<uint8_t> bytes{static_cast<uint8_t>(code_)};
-  for (size_t i = sources_; i < planes_.size(); ++i) {
-    bytes.insert(bytes.end(), planes_[i].data(), planes_[i].data() + planes_[i].size());
+  std::vector<uint8_t> bytes{static_cast<uint8_t>(code)};
+  for (const Plane& plane : planes_) {
+    if (!plane.source) bytes.insert(bytes.end(), plane.data, plane.data + plane.size);
   }
   for (uint32_t i = 0; i < outlines.contour_count; ++i) {
     const auto* points = reinterpret_cast<const uint8_t*>(outlines.points[i]);

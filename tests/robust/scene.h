@@ -1,10 +1,11 @@
-// One description of what each exported function may be given, drawn from a stream of choices: the
-// bounds, thread and memory tests, the digest program and the fuzz targets all run what it makes.
+// One description of what each exported function may be given, and of what it must make of that,
+// drawn from a stream of choices: the bounds, thread and memory tests, the digest program and the
+// fuzz targets all run these scenes.
 #pragma once
 
-#include <cstdint>
+#include <deque>
 #include <functional>
-#include <span>
+#include <opencv2/core/mat.hpp>
 #include <string>
 #include <vector>
 
@@ -17,103 +18,82 @@ namespace robust {
 struct Choice {
   std::function<uint32_t()> next;
   int pick(int low, int high) {  // both ends included
-    return low + static_cast<int>(next() %
-                                  (static_cast<uint32_t>(high) - static_cast<uint32_t>(low) + 1));
+    return low + static_cast<int>(next() % static_cast<uint32_t>(high - low + 1));
   }
 };
 Choice random_choice(uint64_t seed);
 
-// How much memory an image has behind its descriptor: never more than its operation may touch.
-struct ImageSpec {
-  uint32_t format;
-  int width;
-  int height;
-  bool packed = false;          // rows one after the other, whatever the pitch says
-  bool chroma_up = false;       // chroma size rounded up
-  bool last_row_whole = false;  // padding behind the last row, too
-};
-
 class Scene;
-
-enum class Operation {
-  kCopy,
-  kConvert,
-  kResize,
-  kRotate,
-  kMaskSmooth,
-  kHoles,
-  kMorph,
-  kSmooth,
-  kFill,
-  kBox,
-  kOutline,
-  kFiles,
-  kForehead
+struct Function {
+  const char* family;
+  const char* name;
+  std::vector<uint32_t> formats;
+  void (*set)(Scene& scene);  // adds images, values, call and judge
+  bool converts = false;      // from one format to another
 };
 struct Variant {
-  Operation operation;
+  const Function* function;
   uint32_t to;
   uint32_t from;
 };
-struct Call {
-  Variant variant;
-  int width;
-  int height;
-  std::string name{};
-  std::vector<ImageSpec> sources{};
-  std::vector<ImageSpec> destinations{};
-  int number = 0;  // what a judge must know: angle, amount, level, or whether values are floats
-  std::vector<int32_t> values{};  // points and landmarks, read only
-  size_t results = 0;             // 32-bit values written elsewhere than into images
-  std::function<uint32_t(Scene&)> run{};
-};
+// The functions of a family, or all of them, with every pair of formats that they take.
+std::vector<Variant> variants(const std::string& family = "");
 
-// Every operation with every pair of formats that it takes.
-std::vector<Variant> variants(Operation operation);
-std::vector<Variant> all_variants();
-
-// A call of the variant on images of about the given size; the rest is drawn.
-Call make_call(Variant variant, int width, int height, Choice& choice);
-
-// Everything that a call touches, in memory that nothing lies next to; sources are read-only.
+// A call on images of about the given size, and everything that it touches, in memory that nothing
+// lies next to and that is no larger than the call may touch; sources are read-only.
 class Scene {
  public:
-  Scene(const Call& call, Flush flush, Choice& choice);
+  Scene(const Variant& variant, int width, int height, Flush flush, Choice& choice);
   ~Scene();
   Scene(const Scene&) = delete;
   Scene& operator=(const Scene&) = delete;
 
-  uint32_t run() { return code_ = call_.run(*this); }
+  void run() { code = call(); }
   // Gives the outlines and their handle back.
   void release();
   // The code and every byte that the call may have written.
   std::vector<uint8_t> outcome() const;
-  // Whether the bytes between the rows of the destinations are as they were.
-  bool padding_is_intact();
+  // Whether the code, the padding and, as far as there is a judge, the result are right.
+  bool is_right() const;
+  bool is_refused() const { return outcome() == refused_; }
 
+  // For those who set a scene. Packed: rows one after the other, whatever the pitch says.
+  void add(std::vector<QX_OFFSCREEN>& images, uint32_t format, int w, int h, bool packed);
+  void add_pair(bool packed);  // a source and a destination of the scene's size
+  void set_values(const std::vector<int32_t>& numbers);
+  void set_results(size_t count);
+  // An argument of which the function takes `low` to `high`; sometimes one that it must refuse.
+  int argument(int low, int high);
+
+  const Variant variant;
+  const int width;
+  const int height;
+  const std::string name;
+  Choice& choice;    // used while the scene is set
+  std::string path;  // of a file that goes with the scene
   std::vector<QX_OFFSCREEN> src, dst;
-  const int32_t* values = nullptr;
-  int32_t* results = nullptr;
+  const int32_t* values = nullptr;  // points and landmarks
+  int32_t* results = nullptr;       // what is written elsewhere than into images
   MKGetOutline outlines{};
   void* handle = nullptr;
-  std::string path;  // of a file that goes with the scene
+  uint32_t code = MVK_BAD_ARGUMENT;
+  std::function<uint32_t()> call;
+  std::function<bool()> judge;
 
  private:
-  struct Rows {
-    int step;
-    int used;
+  struct Plane : Pages {
+    using Pages::Pages;
+    bool source = false;
+    size_t step = 1;
+    size_t used = 1;  // of a row; the rest is padding
   };
-  void add_image(const ImageSpec& spec, std::vector<QX_OFFSCREEN>& images, Choice& choice);
-  static void fill(Pages& plane, Rows rows, Choice& choice);
-  static void for_each_padding(Pages& plane, Rows rows,
-                               const std::function<void(std::span<uint8_t>)>& visit);
+  void paint(cv::Mat pixels, Plane& plane);
+  bool padding_is_intact() const;
 
-  Call call_;
-  Flush flush_;
-  uint32_t code_ = 0;
-  size_t sources_ = 0;         // planes that are only read
-  std::vector<Pages> planes_;  // sources, values, destinations, results
-  std::vector<Rows> rows_;     // of the planes of images
+  const Flush flush_;
+  bool hostile_ = false;
+  std::deque<Plane> planes_;
+  std::vector<uint8_t> refused_;  // the outcome of a refusal
 };
 
 }  // namespace robust
