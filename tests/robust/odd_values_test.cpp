@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <chrono>
 #include <climits>
-#include <cstdio>
 
 #include "support/samples.h"
 
@@ -14,25 +13,19 @@ namespace {
 using test::TestImage;
 
 template <typename Value, typename Call>
-double median_ms(const Value& value, const Call& call) {
-  std::vector<double> times(5);
-  for (double& time : times) {
-    const auto start = std::chrono::steady_clock::now();
-    call(value);
-    const std::chrono::duration<double, std::milli> taken =
-        std::chrono::steady_clock::now() - start;
-    time = taken.count();
-  }
-  std::nth_element(times.begin(), times.begin() + 2, times.end());
-  return times[2];
-}
-
-template <typename Value, typename Call>
 void compare(const char* name, const Value& ordinary, const Value& odd, const Call& call) {
-  const double usual_ms = median_ms(ordinary, call);
-  const double odd_ms = median_ms(odd, call);
-  std::printf("%-24s %8.2f ms, odd %8.2f ms\n", name, usual_ms, odd_ms);
-  EXPECT_LT(odd_ms, 10 * usual_ms + 1) << name;
+  const auto median = [&call](const Value& value) {
+    std::vector<std::chrono::duration<double, std::milli>> times(5);
+    for (auto& time : times) {
+      const auto start = std::chrono::steady_clock::now();
+      call(value);
+      time = std::chrono::steady_clock::now() - start;
+    }
+    std::nth_element(times.begin(), times.begin() + 2, times.end());
+    return times[2].count();
+  };
+  const double usual = median(ordinary);
+  EXPECT_LT(median(odd), 10 * usual + 1) << name << ", ms";
 }
 
 void outline(const QX_OFFSCREEN& image, uint32_t mode, TPOINT center) {

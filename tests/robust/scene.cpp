@@ -133,19 +133,24 @@ void set_smooth(Scene& s) {
 void set_fill(Scene& s) {
   const int reach = s.choice.pick(0, 3) == 0 ? 3000 : 9;
   const bool wild = s.choice.pick(0, 15) == 0;
-  std::vector<cv::Point> points(static_cast<size_t>(s.choice.pick(0, 12)));
-  for (cv::Point& point : points) {
-    point.x = s.choice.pick(-reach, s.width + reach);
-    point.y = wild ? static_cast<int>(s.choice.next()) : s.choice.pick(-reach, s.height + reach);
+  std::vector<int32_t> numbers;
+  for (int count = s.choice.pick(0, 12); count > 0; --count) {
+    numbers.push_back(s.choice.pick(-reach, s.width + reach));
+    const int y = s.choice.pick(-reach, s.height + reach);
+    numbers.push_back(wild ? static_cast<int>(s.choice.next()) : y);
   }
-  s.set_values({&points.data()->x, &points.data()->x + 2 * points.size()});
+  s.set_values(numbers);
   s.add(s.dst, QX_FMT_GRAY, s.width, s.height, true);
+  const size_t count = numbers.size() / 2;
   s.call = [=, &s] {
-    const auto* first = reinterpret_cast<const TPOINT*>(s.values);
-    return mvk_fill_area_up(&s.dst[0], static_cast<uint32_t>(points.size()), first);
+    const auto* points = reinterpret_cast<const TPOINT*>(s.values);
+    return mvk_fill_area_up(&s.dst[0], static_cast<uint32_t>(count), points);
   };
   if (wild) return;  // OpenCV's filler would take minutes
-  s.judge = [=, &s] { return shows(s, as_written::fill_area(s.width, s.height, points)); };
+  s.judge = [=, &s] {
+    const auto* points = reinterpret_cast<const cv::Point*>(s.values);
+    return shows(s, as_written::fill_area(s.width, s.height, {points, points + count}));
+  };
 }
 
 void set_box(Scene& s) {
@@ -213,6 +218,8 @@ void set_files(Scene& s) {
     return written |
            mvk_read_landmarks(s.results, count, s.path.c_str(), is_float, dims, separator);
   };
+  if (is_float || separator == '+' || separator == '-') return;  // parts of other numbers
+  s.judge = [=, &s] { return std::equal(numbers.begin(), numbers.end(), s.results); };
 }
 
 // A contour like a face's with the rest of the layout around it; sometimes wild.
@@ -234,9 +241,9 @@ void set_forehead(Scene& s) {
   };
   s.call = [=, &s] { return guess(s.results, s.values); };
   s.judge = [=, &s] {  // results may take the place of the landmarks
-    std::vector<int32_t> in_place = points;
-    return guess(in_place.data(), in_place.data()) == s.code &&
-           std::equal(s.results, s.results + 22, in_place.begin());
+    std::vector<int32_t> both = points;
+    return guess(both.data(), both.data()) == MVK_OK &&
+           std::equal(s.results, s.results + 22, both.begin());
   };
 }
 

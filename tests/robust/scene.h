@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "morvik/morvik.h"
-#include "robust/pages.h"
+#include "robust/plane.h"
 
 namespace robust {
 
@@ -81,12 +81,6 @@ class Scene {
   std::function<bool()> judge;
 
  private:
-  struct Plane : Pages {
-    using Pages::Pages;
-    bool source = false;
-    size_t step = 1;
-    size_t used = 1;  // of a row; the rest is padding
-  };
   void paint(cv::Mat pixels, Plane& plane);
   bool padding_is_intact() const;
 
