@@ -1,9 +1,8 @@
 // Masks of many kinds for tests and benchmarks, and the comparison with a judge's matrix.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include "reference/mask.h"
+#include "support/targets.h"
 #include "support/test_image.h"
 
 namespace test {
@@ -43,17 +42,29 @@ inline TestImage make_mask(Kind kind, int width, int height, uint64_t seed = 1) 
   return image;
 }
 
-// `call` fills a destination like `expected` with exactly its bytes, packed, and writes no others.
+// `call(dst)` fills a destination with exactly the bytes of `expected`, packed, and writes no
+// others.
 template <typename Call>
 void expect_result(const cv::Mat& expected, const std::string& what, Call call) {
   const uint32_t format = expected.type() == CV_8UC1 ? QX_FMT_GRAY : QX_FMT_RGB24;
-  TestImage dst(format, expected.cols, expected.rows, 3, 0, 2);
-  TestImage wanted = dst.clone();
+  const TestImage dst(format, expected.cols, expected.rows, 3, 0, 2);
+  const TestImage wanted = dst.clone();
   as_written::write_back(wanted, expected);
   ASSERT_EQ(call(&dst), MVK_OK) << what;
-  ASSERT_TRUE(dst == wanted)
-      << dst << ' ' << what << ", first difference in byte "
-      << std::mismatch(dst.row(0), dst.row(0) + dst.plane_size(), wanted.row(0)).first - dst.row(0);
+  ASSERT_TRUE(dst == wanted) << dst << ' ' << what;
+}
+
+// `call(dst, src)` does so, and in place, on every instruction set.
+template <typename Call>
+void expect_filtered(const TestImage& src, const cv::Mat& expected, int parameter, Call call) {
+  const std::string what = "parameter " + std::to_string(parameter);
+  on_every_target([&] {
+    expect_result(expected, what, [&](const QX_OFFSCREEN* dst) { return call(dst, &src); });
+    TestImage both = src.clone();
+    both.descriptor().pitch[0] += 5;  // rows are packed all the same
+    ASSERT_EQ(call(&both, &both), MVK_OK) << what;
+    ASSERT_EQ(cv::norm(as_written::block(both), expected), 0.0) << both << " in place, " << what;
+  });
 }
 
 }  // namespace test

@@ -51,15 +51,6 @@ TestImage sample_photo(const std::string& name) {
   return image;
 }
 
-TestImage sample_frame() {
-  TestImage frame(QX_FMT_NV21, 640, 480);
-  const std::vector<uint8_t> file = read_file("hopper_frame_640x480.nv21");
-  const auto chroma = file.begin() + 640 * 480;
-  std::copy(file.begin(), chroma, frame.row(0));
-  std::copy(chroma, file.end(), frame.row(0, 1));
-  return frame;
-}
-
 TestImage scaled_mask(const TestImage& mask, int width, int height) {
   TestImage scaled(QX_FMT_GRAY, width, height);
   for (int y = 0; y < height; ++y) {

@@ -11,8 +11,6 @@ namespace test {
 TestImage sample_mask(const std::string& name);
 // A JPEG photograph as RGB24.
 TestImage sample_photo(const std::string& name);
-// hopper_frame_640x480.nv21
-TestImage sample_frame();
 
 // The mask scaled to another size by nearest neighbour: real shapes at any size.
 TestImage scaled_mask(const TestImage& mask, int width, int height);

@@ -3,61 +3,45 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 
 #include "core/format.h"
-
-#if defined(__SANITIZE_ADDRESS__)
-#define MORVIK_TEST_ASAN 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define MORVIK_TEST_ASAN 1
-#endif
-#endif
-#ifdef MORVIK_TEST_ASAN
-#include <sanitizer/asan_interface.h>
-#else
-#define ASAN_POISON_MEMORY_REGION(address, size) ((void)(address), (void)(size))
-#define ASAN_UNPOISON_MEMORY_REGION(address, size) ((void)(address), (void)(size))
-#endif
 
 namespace test {
 namespace {
 
+constexpr ptrdiff_t kGuard = MORVIK_TEST_GUARD;
+constexpr size_t kGuards = 2 * kGuard;
 constexpr uint8_t kGuardByte = 0xA5;
 
 }  // namespace
 
-GuardedBytes::GuardedBytes(size_t size) : size_(size), memory_(new uint8_t[size + 2 * kGuard]) {
-  std::memset(memory_.get(), kGuardByte, size + 2 * kGuard);
-  ASAN_POISON_MEMORY_REGION(memory_.get(), kGuard);
-  ASAN_POISON_MEMORY_REGION(memory_.get() + kGuard + size, kGuard);
-}
-
-GuardedBytes::~GuardedBytes() {
-  if (!memory_) return;
-  ASAN_UNPOISON_MEMORY_REGION(memory_.get(), size_ + 2 * kGuard);
-  const auto is_guard = [](uint8_t byte) { return byte == kGuardByte; };
-  const uint8_t* front = memory_.get();
-  const uint8_t* back = data() + size_;
-  EXPECT_TRUE(std::all_of(front, front + kGuard, is_guard)) << "bytes in front were written";
-  EXPECT_TRUE(std::all_of(back, back + kGuard, is_guard)) << "bytes behind were written";
-}
-
 TestImage::TestImage(uint32_t format, int width, int height, int padding0, int padding1,
                      uint64_t seed) {
-  descriptor_.format = format;
-  descriptor_.width = width;
-  descriptor_.height = height;
-  descriptor_.pitch[0] = width * kel::imageprocess::bytes_per_pixel(format) + padding0;
-  planes_.emplace_back(static_cast<size_t>(descriptor_.pitch[0]) * static_cast<size_t>(height));
-  if (kel::imageprocess::is_two_plane(format)) {
-    descriptor_.pitch[1] = ((width + 1) & ~1) + padding1;
-    planes_.emplace_back(static_cast<size_t>(descriptor_.pitch[1]) *
-                         static_cast<size_t>((height + 1) / 2));
+  const bool two_plane = kel::imageprocess::is_two_plane(format);
+  const int row_bytes = width * kel::imageprocess::bytes_per_pixel(format);
+  descriptor_ = {format, width, height, {}, {row_bytes + padding0}};
+  if (two_plane) descriptor_.pitch[1] = ((width + 1) & ~1) + padding1;
+  add_plane(height);
+  if (two_plane) add_plane((height + 1) / 2);
+  Random random(seed);
+  for (std::vector<uint8_t>& plane : planes_) {
+    std::generate(plane.begin() + kGuard, plane.end() - kGuard,
+                  [&random] { return static_cast<uint8_t>(random.next()); });
   }
-  for (size_t i = 0; i < planes_.size(); ++i) descriptor_.plane[i] = planes_[i].data();
-  fill_random(seed);
+}
+
+void TestImage::add_plane(int rows) {
+  const size_t index = planes_.size();
+  const size_t size = static_cast<size_t>(descriptor_.pitch[index]) * static_cast<size_t>(rows);
+  planes_.emplace_back(size + kGuards, kGuardByte);
+  descriptor_.plane[index] = planes_[index].data() + kGuard;
+}
+
+TestImage::~TestImage() {
+  for (std::vector<uint8_t>& plane : planes_) {
+    plane.erase(plane.begin() + kGuard, plane.end() - kGuard);
+    EXPECT_EQ(plane, std::vector<uint8_t>(kGuards, kGuardByte)) << "guards were written";
+  }
 }
 
 TestImage TestImage::gray(int width, int height, const std::vector<uint8_t>& pixels) {
@@ -67,19 +51,17 @@ TestImage TestImage::gray(int width, int height, const std::vector<uint8_t>& pix
 }
 
 TestImage TestImage::clone() const {
-  TestImage copy(descriptor_.format, width(), height());
+  TestImage copy;
   copy.descriptor_ = descriptor_;
-  copy.planes_.clear();
+  copy.planes_ = planes_;
   for (size_t i = 0; i < planes_.size(); ++i) {
-    copy.planes_.emplace_back(planes_[i].size());
-    std::copy_n(planes_[i].data(), planes_[i].size(), copy.planes_[i].data());
-    copy.descriptor_.plane[i] = copy.planes_[i].data();
+    copy.descriptor_.plane[i] = copy.planes_[i].data() + kGuard;
   }
   return copy;
 }
 
 uint8_t* TestImage::row(int y, int plane) {
-  return planes_[static_cast<size_t>(plane)].data() +
+  return planes_[static_cast<size_t>(plane)].data() + kGuard +
          static_cast<ptrdiff_t>(y) * descriptor_.pitch[plane];
 }
 
@@ -87,28 +69,12 @@ const uint8_t* TestImage::row(int y, int plane) const {
   return const_cast<TestImage*>(this)->row(y, plane);
 }
 
+size_t TestImage::plane_size(int plane) const {
+  return planes_[static_cast<size_t>(plane)].size() - kGuards;
+}
+
 void TestImage::fill(uint8_t value) {
-  for (GuardedBytes& plane : planes_) std::memset(plane.data(), value, plane.size());
-}
-
-void TestImage::fill_random(uint64_t seed) {
-  Random random(seed);
-  for (GuardedBytes& plane : planes_) {
-    for (size_t i = 0; i < plane.size(); ++i) plane.data()[i] = static_cast<uint8_t>(random.next());
-  }
-}
-
-bool operator==(const TestImage& a, const TestImage& b) {
-  if (a.planes_.size() != b.planes_.size()) return false;
-  for (size_t i = 0; i < a.planes_.size(); ++i) {
-    const GuardedBytes& left = a.planes_[i];
-    const GuardedBytes& right = b.planes_[i];
-    if (!std::equal(left.data(), left.data() + left.size(), right.data(),
-                    right.data() + right.size())) {
-      return false;
-    }
-  }
-  return true;
+  for (auto& plane : planes_) std::fill(plane.begin() + kGuard, plane.end() - kGuard, value);
 }
 
 std::ostream& operator<<(std::ostream& out, const TestImage& image) {

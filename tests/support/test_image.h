@@ -1,10 +1,10 @@
 // An image in exactly sized, guarded memory. Every test gives its pixels to the library through
-// one of these: the guards around each plane are checked at the end, reads of them are caught under
-// AddressSanitizer, and whole planes, padding included, can be compared with what they should hold.
+// one of these: the guards around each plane are checked at the end, accesses beyond them are
+// caught under AddressSanitizer, and whole planes, padding included, can be compared with what they
+// should hold.
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <ostream>
 #include <vector>
 
@@ -30,30 +30,15 @@ class Random {
   uint64_t state_;
 };
 
-// Memory between two guard zones; movable, not copyable.
-class GuardedBytes {
- public:
-  explicit GuardedBytes(size_t size);
-  GuardedBytes(GuardedBytes&&) = default;
-  GuardedBytes& operator=(GuardedBytes&&) = default;
-  ~GuardedBytes();  // reports a test failure when a guard was written
-
-  uint8_t* data() { return memory_.get() + kGuard; }
-  const uint8_t* data() const { return memory_.get() + kGuard; }
-  size_t size() const { return size_; }
-
- private:
-  static constexpr size_t kGuard = 64;
-  size_t size_;
-  std::unique_ptr<uint8_t[]> memory_;
-};
-
 class TestImage {
  public:
   // Planes of pitch * rows bytes, filled with random bytes, padding too. The pitch is the row's
   // length plus padding[plane]; chroma planes have the rounded-up size.
   TestImage(uint32_t format, int width, int height, int padding0 = 0, int padding1 = 0,
             uint64_t seed = 1);
+  TestImage(TestImage&&) = default;
+  TestImage& operator=(TestImage&&) = default;
+  ~TestImage();  // reports a test failure when a guard was written
 
   // A GRAY image with the given rows.
   static TestImage gray(int width, int height, const std::vector<uint8_t>& pixels);
@@ -62,6 +47,7 @@ class TestImage {
 
   // What the functions under test are given.
   QX_OFFSCREEN* operator&() { return &descriptor_; }
+  const QX_OFFSCREEN* operator&() const { return &descriptor_; }
   QX_OFFSCREEN& descriptor() { return descriptor_; }
   const QX_OFFSCREEN& descriptor() const { return descriptor_; }
   operator const QX_OFFSCREEN&() const { return descriptor_; }
@@ -70,17 +56,19 @@ class TestImage {
   int height() const { return descriptor_.height; }
   uint8_t* row(int y, int plane = 0);
   const uint8_t* row(int y, int plane = 0) const;
-  size_t plane_size(int plane = 0) const { return planes_[static_cast<size_t>(plane)].size(); }
+  size_t plane_size(int plane = 0) const;
   void fill(uint8_t value);
-  void fill_random(uint64_t seed);
 
   // Every byte of every plane, padding included.
-  friend bool operator==(const TestImage& a, const TestImage& b);
+  friend bool operator==(const TestImage& a, const TestImage& b) { return a.planes_ == b.planes_; }
   friend std::ostream& operator<<(std::ostream& out, const TestImage& image);
 
  private:
+  TestImage() = default;
+  void add_plane(int rows);
+
   QX_OFFSCREEN descriptor_{};
-  std::vector<GuardedBytes> planes_;
+  std::vector<std::vector<uint8_t>> planes_;  // each between two guards
 };
 
 // Sizes that every operation is tried on: 1, 2, odd, even, wide, tall, past a vector's width.
