@@ -27,9 +27,22 @@ def print_highlights(groups, pattern):
                 print(f"| {operation} | {size} | {time:.0f} | {who} | {peer_time / time:.1f} |")
 
 
+def print_worst(groups, count):
+    """The lowest ratios against the calls that define a result."""
+    judges = ("as written", "OpenCV", "cv::morphologyEx")
+    rows = sorted((peer_time / results["morvik"][0], operation, size, who)
+                  for (operation, size), results in groups.items() if "morvik" in results
+                  for who, (peer_time, _) in results.items() if who in judges)
+    print("| operation | size | compared with | ratio |")
+    print("|---|---|---|---:|")
+    for ratio, operation, size, who in rows[:count]:
+        print(f"| {operation} | {size} | {who} | {ratio:.2f} |")
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--highlights", metavar="PATTERN", help="only these, without the peaks")
+    parser.add_argument("--worst", type=int, metavar="N", help="the N lowest ratios only")
     parser.add_argument("results", nargs="+", help="JSON files")
     arguments = parser.parse_args()
     groups = {}
@@ -37,6 +50,9 @@ def main():
         groups.setdefault((operation, size), {})[who] = time, peak
     if arguments.highlights:
         print_highlights(groups, arguments.highlights)
+        return
+    if arguments.worst:
+        print_worst(groups, arguments.worst)
         return
     print("| operation | size | Morvik, us | peak, KB | peer | peer, us | peak, KB | ratio |")
     print("|---|---|---:|---:|---|---:|---:|---:|")

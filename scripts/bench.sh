@@ -51,6 +51,17 @@ EOF2
     printf '\n## %s\n\n' "${family^}"
     python3 bench/table.py out/bench/"$family".json
   done
+  cat <<'EOF2'
+
+## Worst cases
+
+No input should cost more than 1.3 times what the plain calls cost: no ratio below 0.77. The worst that are
+known, noise, specks, checkerboards, gradients, soft masks, combs among the shapes of the mask and outline
+tables above. Where the operation is the plain call (means, Gaussians, bilateral filters, colour medians, small
+kernels of morphology) a ratio beside 1 is the noise of the machine.
+
+EOF2
+  python3 bench/table.py --worst 15 out/bench/{mask,outline}.json
 } >docs/benchmarks.md
 
 highlights='(turn 90 .*|GRAY <- RGB24|NV21 <- RGB24|bounding box, photographer'

@@ -59,23 +59,26 @@ void PolygonFiller::add_edge(cv::Point from, cv::Point to) {
 void PolygonFiller::fill_between_edges() {
   crossing_.clear();
   auto next = edges_.cbegin();
-  while (next != edges_.cend() || !crossing_.empty()) {
-    const int32_t row = crossing_.empty() ? next->row : crossing_.front().row;
-    auto first = next;
-    while (next != edges_.cend() && next->row == row) ++next;
-    merged_.clear();
-    std::merge(crossing_.cbegin(), crossing_.cend(), first, next, std::back_inserter(merged_),
-               is_left);
+  for (int32_t row = 0; next != edges_.cend() || !crossing_.empty(); ++row) {
+    if (crossing_.empty()) row = next->row;
+    if (next != edges_.cend() && next->row == row) {
+      const auto first = next;
+      while (next != edges_.cend() && next->row == row) ++next;
+      merged_.clear();
+      std::merge(crossing_.cbegin(), crossing_.cend(), first, next, std::back_inserter(merged_),
+                 is_left);
+      crossing_.swap(merged_);
+    }
     fill_row(image_.ptr(row));
-    step_to_next_row();
+    step_behind(row);
   }
 }
 
 // Every row is crossed an even number of times; each pair of neighbours bounds a run.
-void PolygonFiller::fill_row(uint8_t* pixels) {
-  for (size_t i = 0; i + 1 < merged_.size(); i += 2) {
-    const int64_t left = (merged_[i].x + kOne - 1) >> kFractionBits;
-    const int64_t right = merged_[i + 1].x >> kFractionBits;
+void PolygonFiller::fill_row(uint8_t* pixels) const {
+  for (size_t i = 0; i + 1 < crossing_.size(); i += 2) {
+    const int64_t left = (crossing_[i].x + kOne - 1) >> kFractionBits;
+    const int64_t right = crossing_[i + 1].x >> kFractionBits;
     const int64_t begin = std::max<int64_t>(left, 0);
     const int64_t end = std::min<int64_t>(right + 1, image_.cols);
     if (begin < end) std::memset(pixels + begin, value_, static_cast<size_t>(end - begin));
@@ -83,16 +86,17 @@ void PolygonFiller::fill_row(uint8_t* pixels) {
 }
 
 // Keeps the edges that go on, sorted: few of them change places from row to row.
-void PolygonFiller::step_to_next_row() {
-  crossing_.clear();
-  for (Edge edge : merged_) {
-    if (++edge.row == edge.end_row) continue;
+void PolygonFiller::step_behind(int32_t row) {
+  size_t kept = 0;
+  for (size_t i = 0; i < crossing_.size(); ++i) {
+    Edge edge = crossing_[i];
+    if (edge.end_row == row + 1) continue;
     edge.x += edge.slope;
-    crossing_.push_back(edge);
-    for (size_t i = crossing_.size() - 1; i > 0 && is_left(crossing_[i], crossing_[i - 1]); --i) {
-      std::swap(crossing_[i], crossing_[i - 1]);
-    }
+    size_t to = kept++;
+    for (; to > 0 && is_left(edge, crossing_[to - 1]); --to) crossing_[to] = crossing_[to - 1];
+    crossing_[to] = edge;
   }
+  crossing_.resize(kept);
 }
 
 }  // namespace kel

@@ -24,9 +24,9 @@ class PolygonFiller {
  private:
   // A side of a polygon, as far as it lies in the rows of the image.
   struct Edge {
-    int32_t row;      // the first of its rows; later the one that x belongs to
+    int32_t row;      // the first of its rows
     int32_t end_row;  // behind the last: the row of the lower end is not crossed
-    int64_t x;
+    int64_t x;        // in the row that is filled
     int64_t slope;
   };
 
@@ -38,14 +38,14 @@ class PolygonFiller {
   void draw_line(cv::Point from, cv::Point to);
   void add_edge(cv::Point from, cv::Point to);
   void fill_between_edges();
-  void fill_row(uint8_t* pixels);
-  void step_to_next_row();
+  void fill_row(uint8_t* pixels) const;
+  void step_behind(int32_t row);
 
   cv::Mat& image_;
   uint8_t value_;
   std::vector<Edge> edges_;     // of the polygons added
-  std::vector<Edge> crossing_;  // those from the rows above that cross the row, from left to right
-  std::vector<Edge> merged_;    // the same and those that begin there
+  std::vector<Edge> crossing_;  // those that cross the row, from left to right
+  std::vector<Edge> merged_;    // the next ones, while edges that begin are put among them
 };
 
 }  // namespace kel
