@@ -104,14 +104,14 @@ TEST(Convert, EveryPairShapeSizeAndPadding) {
   std::vector<test::Shape> shapes = test::kShapes;
   shapes.insert(shapes.end(), {{33003, 5}, {1101, 1003}});
   for (const uint32_t from : test::kFormats) {
-    for (const auto& [width, height] : shapes) {
+    for (const test::Shape shape : shapes) {
       for (const int padding : {0, 5}) {
-        const TestImage src(from, width, height, padding, padding);
+        const TestImage src(from, shape.width, shape.height, padding, padding);
         for (const uint32_t to : test::kFormats) {
           if (to == from) continue;
           test::on_every_target([&] {
             expect_converted(to, src, 0, 0);
-            if (width > 1000) return;
+            if (shape.width > 1000) return;
             for (const int less : {0, 3, 4}) expect_converted(to, src, 3, less);
           });
         }
