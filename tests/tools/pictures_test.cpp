@@ -32,9 +32,7 @@ TEST(Pictures, PngKeepsEveryByteInItsPlace) {
     Bytes pixels(PNG_IMAGE_SIZE(png));
     ASSERT_NE(png_image_finish_read(&png, nullptr, pixels.data(), 0, nullptr), 0);
     EXPECT_EQ(pixels, picture.bytes()) << test::format_name(format);
-    const Picture again = tool::decode_png(file);
-    EXPECT_EQ(again.format(), format);
-    EXPECT_EQ(again.bytes(), picture.bytes()) << test::format_name(format);
+    EXPECT_EQ(tool::decode_png(file).bytes(), picture.bytes()) << test::format_name(format);
   }
 }
 
@@ -43,9 +41,7 @@ TEST(Pictures, JpegComesBackNearlyTheSame) {
   const Picture read = tool::read_picture(kSamples + "hopper.jpg");
   ASSERT_EQ(read.bytes(), Bytes(photo.row(0), photo.row(0) + photo.plane_size()));
   const Picture again = tool::decode_jpeg(tool::encode_jpeg(read));
-  ASSERT_EQ(again.size(), read.size());
-  const double difference = cv::norm(read.bytes(), again.bytes(), cv::NORM_L1);
-  EXPECT_LT(difference / static_cast<double>(photo.plane_size()), 3);
+  EXPECT_GT(cv::PSNR(read.bytes(), again.bytes()), 35);
 }
 
 // Every cut is noticed; flipped bytes give a picture or a Failure, and nothing else.
