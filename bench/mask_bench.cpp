@@ -157,9 +157,10 @@ void add_full_hd() {
     }
     add_holes(name, mask);
     add_roi(name, mask);
-    add_smooth(name, mask, 25, MKBlur::Median);
+    for (const int ksize : {3, 5, 25}) add_smooth(name, mask, ksize, MKBlur::Median);
   }
   const Image mask = scaled(kUntidy, kFullHd);
+  for (const int ksize : {3, 5}) add_smooth("photographer", mask, ksize, MKBlur::Median);
   for (const int ksize : {5, 25, 199}) {
     for (const MKBlur type : {MKBlur::Mean, MKBlur::Gaussian}) {
       add_smooth("photographer", mask, ksize, type);
@@ -185,7 +186,7 @@ void add_worst_cases() {
       add_mask_smooth(name, coarse, kFullHd, 1, limit);
     }
     for (const int amount : {3, 8, 50}) add_morph(name, mask, amount);
-    for (const int ksize : {3, 7, 25, 99}) add_smooth(name, mask, ksize, MKBlur::Median);
+    for (const int ksize : {3, 5, 7, 25, 99}) add_smooth(name, mask, ksize, MKBlur::Median);
     // OpenCV's contours of noise take seconds at full size.
     add_holes(name, share(test::make_mask(kind, 480, 270)));
   }

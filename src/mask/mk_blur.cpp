@@ -4,12 +4,14 @@
 
 #include "mask/caller_mat.h"
 #include "mask/median_by_counts.h"
+#include "mask/median_by_network.h"
 
 namespace kel::mask {
 
 void median(const cv::Mat& in, cv::Mat& out, int32_t ksize) {
-  constexpr int32_t kSmallestCounted = 7;  // OpenCV sorts smaller windows, which is faster
-  if (in.type() == CV_8UC1 && ksize >= kSmallestCounted) return median_by_counts(in, out, ksize);
+  const bool gray = in.type() == CV_8UC1;
+  if (gray && ksize >= 7) return median_by_counts(in, out, ksize);
+  if (gray && ksize >= 3 && fits_network(in.cols)) return median_by_network(in, out, ksize);
   cv::medianBlur(in, out, ksize);
 }
 

@@ -77,6 +77,22 @@ TEST(Smooth, MedianOfEveryKernelAndKind) {
   }
 }
 
+// Rectangles from single pixels to whole rows, at every place relative to vectors and borders.
+TEST(Smooth, SmallMedianOfFlatAreas) {
+  test::Random random(5);
+  for (const int width : {66, 67, 68, 69, 127, 128, 131, 132, 197, 400, 65536, 65537}) {
+    TestImage src(QX_FMT_GRAY, width, 50);
+    cv::Mat m(50, width, CV_8UC1, src.row(0));
+    m = 255;
+    for (int i = 0; i < 30; ++i) {
+      const cv::Rect area(random.range(-width, width), random.range(-2, 49),
+                          random.range(1, 2 * width), random.range(1, 8));
+      cv::rectangle(m, area, cv::Scalar(random.range(0, 255)), -1);
+    }
+    for (const int ksize : {3, 5}) expect_smooth(src.clone(), ksize, MKBlur::Median);
+  }
+}
+
 TEST(Smooth, EveryTypeAndShape) {
   test::Random random(3);
   for (const auto& [width, height] : test::kShapes) {

@@ -1,0 +1,35 @@
+// The median of a mask over 3x3 or 5x5 pixels by minima and maxima.
+//
+// Most of a mask is flat. A chunk of a row, with the columns that its windows reach, is looked at
+// when the row enters the windows; where as many rows as they are high are of one value, that value
+// is the result.
+//
+// Elsewhere the columns of a window are sorted, then its rows, and the median is found on the
+// diagonals that run against both orders, as in Paeth, "Median finding on a 3x3 grid" (1990).
+#pragma once
+
+#include <cstdint>
+#include <opencv2/core.hpp>
+
+namespace kel::mask {
+
+inline constexpr int kChunk = 64;         // pixels
+inline constexpr int kMostChunks = 1024;  // in a row
+
+inline bool fits_network(int32_t columns) {
+  return columns >= kChunk + 4 && columns <= kChunk * kMostChunks;
+}
+
+// Same bytes as cv::medianBlur; ksize is 3 or 5, src and dst are CV_8UC1, of one size whose width
+// fits_network, and do not overlap.
+void median_by_network(const cv::Mat& src, cv::Mat& dst, int32_t ksize);
+
+// A row of the image and what its windows hold.
+struct NetworkRow {
+  const uint8_t* rows[5];  // the ksize rows, the border rows repeated
+  int32_t width;
+  uint8_t* runs;    // for each chunk: up to ksize last rows that are of one value
+  uint8_t* result;  // null while the windows are above the image
+};
+
+}  // namespace kel::mask
