@@ -107,7 +107,7 @@ HWY_INLINE void filter_row_by(const NetworkRow& row) {
     const int now = is_flat<kSide>(entering + inside) ? std::min(before + 1, kSide) : 0;
     *run = static_cast<uint8_t>(now);
     if (row.result == nullptr) continue;
-    if (now == kSide) {
+    if (now > kSide / 2) {
       std::memset(row.result + x, entering[x], kChunk);
     } else if (left == inside) {
       filter_chunk<kSide>(row.rows, left, row.result + x);
