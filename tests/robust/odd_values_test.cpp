@@ -28,14 +28,6 @@ void compare(const char* name, const Value& ordinary, const Value& odd, const Ca
   EXPECT_LT(median(odd), 10 * usual + 1) << name << ", ms";
 }
 
-void outline(const QX_OFFSCREEN& image, uint32_t mode, TPOINT center) {
-  MKGetOutline result{};
-  const MKOutlineMode parameters{mode, MK_OCHAIN_ALL, 40, MK_OSMOOTH_2, 1, &center, 127};
-  void* handle = mvk_outline_create();
-  EXPECT_EQ(mvk_outline_expansion(handle, &image, &parameters, &result), MVK_OK);
-  mvk_outline_destroy(handle, &result);
-}
-
 TEST(OddValues, TakeNoLongerThanOthers) {
   constexpr int kW = 1920;
   constexpr int kH = 1080;
@@ -63,21 +55,26 @@ TEST(OddValues, TakeNoLongerThanOthers) {
     }
   });
 
-  TPOINT on_contour{kW / 2, 0};  // the shape's first point
-  while (mask.row(on_contour.y)[on_contour.x] < 128) ++on_contour.y;
-  for (const uint32_t mode : {MK_OMODE_POLAR_CENTER, MK_OMODE_VECTOR_CENTER}) {
-    for (const TPOINT center : {on_contour, TPOINT{INT_MIN, INT_MAX}}) {
-      compare("centre of an expansion", TPOINT{kW / 2, kH / 2}, center,
-              [&](TPOINT point) { outline(mask, mode, point); });
-    }
-  }
   TestImage specked = mask.clone();  // single pixels, as segmentation leaves them
   for (int y = 7; y < kH; y += 67) {
     for (int x = 7; x < kW; x += 71) specked.row(y)[x] = 255;
   }
-  for (const uint32_t mode : {MK_OMODE_FILL_STROKE, MK_OMODE_POLAR, MK_OMODE_VECTOR}) {
-    compare("specks", mask.descriptor(), specked.descriptor(),
-            [&](const QX_OFFSCREEN& image) { outline(image, mode, TPOINT{}); });
+  const TPOINT middle{kW / 2, kH / 2};
+  TPOINT on_contour{kW / 2, 0};  // the shape's first point
+  while (mask.row(on_contour.y)[on_contour.x] < 128) ++on_contour.y;
+  for (uint32_t mode = MK_OMODE_STROKE; mode <= MK_OMODE_VECTOR_CENTER; ++mode) {
+    const auto outline = [mode](const std::pair<QX_OFFSCREEN, TPOINT>& given) {
+      const auto& [image, center] = given;
+      const MKOutlineMode parameters{mode, MK_OCHAIN_ALL, 40, MK_OSMOOTH_2, 1, &center, 127};
+      MKGetOutline result{};
+      void* handle = mvk_outline_create();
+      EXPECT_EQ(mvk_outline_expansion(handle, &image, &parameters, &result), MVK_OK);
+      mvk_outline_destroy(handle, &result);
+    };
+    const std::pair<QX_OFFSCREEN, TPOINT> ordinary{mask, middle};
+    compare("centre on a contour", ordinary, {mask, on_contour}, outline);
+    compare("centre far off", ordinary, {mask, TPOINT{INT_MIN, INT_MAX}}, outline);
+    compare("specks", ordinary, {specked, middle}, outline);
   }
 }
 

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstring>
 #include <filesystem>
-#include <memory>
 
 #include "core/format.h"
 #include "reference/mask.h"
@@ -270,8 +269,7 @@ const Function kFunctions[] = {
 }  // namespace
 
 Choice random_choice(uint64_t seed) {
-  const auto random = std::make_shared<test::Random>(seed);
-  return {[random] { return random->next(); }};
+  return {[random = test::Random(seed)]() mutable { return random.next(); }};
 }
 
 std::vector<Variant> variants(const std::string& family) {
@@ -295,9 +293,9 @@ Scene::Scene(const Variant& of, int w, int h, Flush flush, Choice& decide)
            test::format_name(of.from) + ' ' + std::to_string(w) + 'x' + std::to_string(h)),
       choice(decide),
       flush_(flush) {
-  const auto address = reinterpret_cast<uintptr_t>(this);
-  path = std::filesystem::temp_directory_path() /
-         ("morvik_robust_" + std::to_string(getpid()) + '_' + std::to_string(address));
+  path =
+      std::filesystem::temp_directory_path() /
+      (std::to_string(getpid()) + ".morvik." + std::to_string(reinterpret_cast<uintptr_t>(this)));
   judge = [this] { return code == MVK_OK; };
   of.function->set(*this);
   refused_ = outcome();
