@@ -98,9 +98,9 @@ TEST(FailingMemory, NothingLeaksAndRecordsStayWhole) {
   cv::setNumThreads(1);  // threads of a pool allocate when they like
   long refusals = 0;
   for (const Variant& variant : variants()) {
-    for (int draw = 0; draw < 3; ++draw) {
+    for (int draw = 0; draw < 12; ++draw) {
       Choice choice = random_choice(static_cast<uint64_t>(draw) + 1);
-      Scene scene(variant, 40 + 13 * draw, 37, Flush::kAtEnd, choice);
+      Scene scene(variant, 40 + 5 * draw, 37, Flush::kAtEnd, choice);
       run_refusing(scene, LONG_MAX, LONG_MAX);  // what OpenCV sets up once is not a leak
       const std::vector<uint8_t> expected = run_refusing(scene, LONG_MAX, LONG_MAX);
       const long total = 2 * watch.asked;

@@ -313,9 +313,11 @@ void Scene::release() {
 }
 
 int Scene::argument(int low, int high) {
-  if (choice.pick(0, 31) != 0) return choice.pick(low, high);
-  hostile_ = true;
-  return choice.pick(0, 1) == 0 ? low - 1 : high + 1;
+  if (choice.pick(0, 15) != 0) return choice.pick(low, high);
+  const int edges[] = {low - 1, low, high, high + 1};
+  const int edge = edges[choice.pick(0, 3)];
+  hostile_ = hostile_ || edge < low || edge > high;
+  return edge;
 }
 
 void Scene::set_values(const std::vector<int32_t>& numbers) {

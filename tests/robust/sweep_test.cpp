@@ -25,7 +25,7 @@ TEST(Bounds, NothingOutsideIsTouchedAndResultsAreRight) {
   Choice choice = random_choice(7);
   for (const Variant& variant : variants()) {
     for (const test::Shape& shape : test::kShapes) {
-      for (int draw = 0; draw < 12; ++draw) {
+      for (int draw = 0; draw < 32; ++draw) {
         const Flush flush = draw % 2 == 0 ? Flush::kAtStart : Flush::kAtEnd;
         Scene scene(variant, shape.width, shape.height, flush, choice);
         fault = "\nmemory outside the images was touched by: " + scene.name + '\n';
