@@ -9,7 +9,7 @@ cd "$(dirname "$0")/.."
 install_packages "${build_packages[@]}" debootstrap dpkg-dev
 root=${1:-$(mktemp -d)}
 [ -d "$root/etc" ] || debootstrap --variant=minbase bookworm "$root"
-cp /etc/apt/sources.list.d/* "$root/etc/apt/sources.list.d/" 2>/dev/null || true
+[ -s "$root/etc/apt/sources.list" ] || cp /etc/apt/sources.list.d/* "$root/etc/apt/sources.list.d/"
 
 cmake --preset release >/dev/null
 cmake --build --preset release
@@ -20,7 +20,7 @@ cp -r tests/package/consumer samples "$root/tmp/morvik"
 
 mount --bind /proc "$root/proc"
 trap 'umount "$root/proc"' EXIT
-chroot "$root" bash -euo pipefail <<'EOF2'
+env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin chroot "$root" bash -euo pipefail <<'EOF2'
 export DEBIAN_FRONTEND=noninteractive
 cd /tmp/morvik
 apt-get update -qq
