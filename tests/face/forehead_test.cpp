@@ -107,7 +107,8 @@ Ints guess(const Ints& points, int width, int height) {
 TEST(GuessForehead, AgreesWithTheJudgeToThePixel) {
   test::Random random(5);
   for (int round = 0; round < 6000; ++round) {
-    const int width = random.range(64, 4000), height = random.range(64, 4000);
+    const int most = round % 3 == 0 ? 4000000 : 4000;  // large ones show the last bits
+    const int width = random.range(64, most), height = random.range(64, most);
     const Real radius = random.range(10, 45) * std::min(width, height) / 100;
     const Real depth = radius * random.range(100, 160) / 100;
     const Real angle = random.range(-314, 314) / 100.0L;
