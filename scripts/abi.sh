@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/lib.sh
-install_packages "${build_packages[@]}" abigail-tools
+install_packages "${build_packages[@]}" "${check_packages[@]}"
 stored=abi/libmorvik-$(uname -m).abi
 cmake -S . -B build/abi -G Ninja -DCMAKE_BUILD_TYPE=Debug -DMORVIK_BUILD_TESTS=OFF \
   -DMORVIK_BUILD_TOOLS=OFF -DMORVIK_BUILD_EXAMPLES=OFF >/dev/null

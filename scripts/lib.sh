@@ -6,7 +6,8 @@ build_packages=(
   libgtest-dev libbenchmark-dev
 )
 
-check_packages=(clang-14 libclang-rt-14-dev clang-format-14 clang-tidy-14 git binutils python3)
+check_packages=(clang-14 libclang-rt-14-dev clang-format-14 clang-tidy-14 abigail-tools git
+  binutils python3)
 
 # Installs the packages that are missing; needs root (or sudo) only when there are any.
 install_packages() {

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing on a Debian machine, builds and runs everything that must pass: style,
 # the tests under AddressSanitizer and UndefinedBehaviorSanitizer (Clang), a short run of the fuzz
-# targets, and the tests of the release build (GCC) with the package and export checks.
+# targets, the binary interface against its stored description, and the tests of the release build
+# (GCC) with the package and export checks.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/lib.sh
@@ -23,10 +24,11 @@ scripts/check-style.sh build/asan
 step "tests under sanitizers"
 ctest --preset asan
 
-if [ -x scripts/fuzz.sh ]; then
-  step "fuzz targets, briefly"
-  scripts/fuzz.sh 10
-fi
+step "fuzz targets, briefly"
+scripts/fuzz.sh 10
+
+step "binary interface"
+scripts/abi.sh
 
 step "tests of the release build"
 ctest --preset release
