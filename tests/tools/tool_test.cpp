@@ -43,8 +43,7 @@ class Tool : public testing::Test {
 
   // `before` are commands for the shell.
   Result run(const std::string& arguments, const std::string& before = "") const {
-    const std::string line =
-        before + "cd " + folder_.string() + " && '" MORVIK_TOOL "' " + arguments;
+    const std::string line = before + "cd " + folder_.string() + " && " MORVIK_TOOL " " + arguments;
     const int status = std::system((line + " >out.log 2>err.log").c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, text_of("out.log"), text_of("err.log")};
   }
