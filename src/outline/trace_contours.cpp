@@ -98,8 +98,8 @@ class Tracer {
  private:
   uint8_t* pixel(cv::Point at) { return image_.ptr(at.y) + at.x; }
   Border& border(int32_t index) { return borders_[static_cast<size_t>(index)]; }
-  uint8_t* neighbour(uint8_t* pixel, int direction) const {
-    return pixel + offsets_[static_cast<size_t>(direction)];
+  uint8_t* neighbour(uint8_t* at, int direction) const {
+    return &at[offsets_[static_cast<size_t>(direction)]];
   }
 
   void scan_row(int y);
