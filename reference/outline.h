@@ -64,6 +64,10 @@ inline int64_t truncated(double value) {
   return static_cast<int64_t>(std::clamp(value, -2147483648.0, 2147483647.0));
 }
 
+inline int64_t unsigned_truncated(double value) {
+  return static_cast<int64_t>(std::clamp(value, 0.0, 4294967295.0));
+}
+
 inline void scale_from(std::vector<cv::Point>& contour, double cx, double cy, int expand_size) {
   double scale = std::numeric_limits<double>::quiet_NaN();
   for (size_t k = 0; k < contour.size(); ++k) {
@@ -85,8 +89,8 @@ inline void push_from(std::vector<cv::Point>& contour, double cx, double cy, int
   const float g = 2.0F / static_cast<float>(static_cast<uint32_t>(std::max(box.width, box.height)));
   const double k = static_cast<double>(g) * expand_size;
   for (cv::Point& p : contour) {
-    p.x = static_cast<int>(p.x + truncated(std::max(0.0, k * (p.x - cx))));
-    p.y = static_cast<int>(p.y + truncated(std::max(0.0, k * (p.y - cy))));
+    p.x = static_cast<int>(p.x + unsigned_truncated(k * (p.x - cx)));
+    p.y = static_cast<int>(p.y + unsigned_truncated(k * (p.y - cy)));
   }
 }
 

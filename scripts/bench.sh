@@ -18,7 +18,8 @@ rm -rf out/bench
 mkdir -p out/bench
 for family in "${families[@]}"; do
   program=build/release/bench/morvik_bench_$family
-  "$program" --benchmark_list_tests --benchmark_filter="$filter" 2>/dev/null | grep -q . || continue
+  [ -n "$("$program" --benchmark_list_tests --benchmark_filter="$filter" 2>&1 |
+    grep -F '|')" ] || continue
   "$program" --benchmark_filter="$filter" \
     --benchmark_enable_random_interleaving=true \
     --benchmark_repetitions="${REPETITIONS:-9}" --benchmark_min_time="${MIN_TIME:-0.02}" \

@@ -49,7 +49,8 @@ extern "C" {
  * result record of mvk_outline_expansion() are released first, and mvk_mask_morph() with amount 0
  * clears the destination. */
 #define MVK_BAD_ARGUMENT 2u
-/* Nothing found: mvk_get_mask_roi() saw no pixel at the level, mvk_outline_expansion() no shape. */
+/* Nothing found: mvk_get_mask_roi() saw no pixel at the level, mvk_outline_expansion() no shape (it
+ * does not look at images with a side above 2^30). */
 #define MVK_NOT_FOUND 3u
 /* mvk_outline_expansion() only: the handle, the result record or the parameter record is null. */
 #define MVK_NULL_RECORD 4u
@@ -179,7 +180,8 @@ MVK_API uint32_t mvk_resize(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src, ui
 MVK_API uint32_t mvk_rotate(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src, int32_t angle);
 
 /* ------------------------------------------------------------------------------------------------
- * Mask operations. All take rows as packed, mvk_get_mask_roi() excepted.
+ * Mask operations. All take rows as packed, mvk_get_mask_roi() excepted. Smoothing, blurs, holes
+ * and morphology leave images with a side above 2^29 alone, with MVK_OK.
  * --------------------------------------------------------------------------------------------- */
 
 /*

@@ -14,7 +14,7 @@
 namespace kel::mask {
 
 inline constexpr int kChunk = 64;         // pixels
-inline constexpr int kMostChunks = 1024;  // in a row
+inline constexpr int kMostChunks = 1024;  // in a row; a byte for each is kept on the stack
 
 inline bool fits_network(int32_t columns) {
   return columns >= kChunk + 4 && columns <= kChunk * kMostChunks;

@@ -9,8 +9,10 @@
 namespace kel::mask {
 
 void median(const cv::Mat& in, cv::Mat& out, int32_t ksize) {
+  // Up to here sorting in vectors costs less than counting.
+  constexpr int32_t kLargestNetwork = 5;
   const bool gray = in.type() == CV_8UC1;
-  if (gray && ksize >= 7) return median_by_counts(in, out, ksize);
+  if (gray && ksize > kLargestNetwork) return median_by_counts(in, out, ksize);
   if (gray && ksize >= 3 && fits_network(in.cols)) return median_by_network(in, out, ksize);
   cv::medianBlur(in, out, ksize);
 }

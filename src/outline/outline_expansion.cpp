@@ -69,7 +69,7 @@ void switch_mode_draw(cv::Mat& image, Contours& contours, const Hierarchy& hiera
 
 uint32_t outline_expansion(const kel::imageprocess::Plane& gray, const MKOutlineMode* mode,
                            MKGetOutline* result) {
-  constexpr int64_t kLongestSide = int64_t{1} << 30;  // as far as coordinates are counted
+  constexpr int64_t kLongestSide = int64_t{1} << 30;  // leaves room for growing in an int
   if (std::max(gray.row_bytes, gray.rows) > kLongestSide) {
     result->contour_count = 0;
     return MVK_NOT_FOUND;

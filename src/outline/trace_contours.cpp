@@ -120,7 +120,8 @@ class Tracer {
   std::vector<Border> borders_;
   std::array<int32_t, kLabel + 1> newest_{};  // border of each label
   uint8_t label_ = kFirstLabel;
-  Contour points_;  // of the border that is followed
+  Contour points_;    // of the border that is followed
+  size_t steps_ = 0;  // along all borders
 };
 
 // A border begins where background turns into unmarked shape, or shape without a mark for its right
@@ -158,14 +159,21 @@ void Tracer::add_border(cv::Point start, bool is_hole, int32_t parent) {
 }
 
 // The border that surrounds what begins behind `mark`. Of several with its label it is the one that
-// passes it.
+// passes it. Rows only go down: borders that end above are dropped on the way.
 int32_t Tracer::find_parent(cv::Point mark, bool is_hole) {
   const uint8_t* const marked = pixel(mark);
   int32_t found = kFrame;
-  for (int32_t i = newest_[*marked & kLabel]; i != kNone; i = border(i).same_label) {
-    if (!border(i).box.contains(mark)) continue;
-    if (found != kFrame && passes(border(found), marked)) break;
-    found = i;
+  for (int32_t* link = &newest_[*marked & kLabel]; *link != kNone;) {
+    Border& candidate = border(*link);
+    if (candidate.box.bottom < mark.y) {
+      *link = candidate.same_label;
+      continue;
+    }
+    if (candidate.box.contains(mark)) {
+      if (found != kFrame && passes(border(found), marked)) break;
+      found = *link;
+    }
+    link = &candidate.same_label;
   }
   // An outer border follows an outer border, or a hole a hole: they are siblings.
   return border(found).is_hole == is_hole ? border(found).parent : found;
@@ -231,6 +239,7 @@ void Tracer::follow(Border& border) {
       } else if (*at == kShape) {
         *at = label_;
       }
+      ++steps_;
       const bool is_corner = direction != arrived;
       if (is_corner) border.box.include(point);
       if (is_corner || keeps_all_) points_.push_back(point);
@@ -245,8 +254,17 @@ void Tracer::follow(Border& border) {
   border.points = points_;
 }
 
-// All marks lie on borders: between two points of one they lie on a straight line.
+// All marks lie on borders: between two points of one they lie on a straight line. To go along them
+// once more is cheap unless they are long: then all pixels are visited, many at a time.
 void Tracer::take_marks_away() {
+  constexpr size_t kPixelsPerStep = 16;
+  if (steps_ > image_.total() / kPixelsPerStep) {
+    for (int y = 0; y < image_.rows; ++y) {
+      uint8_t* row = image_.ptr(y);
+      for (int x = 0; x < image_.cols; ++x) row[x] = row[x] != 0 ? kShape : 0;
+    }
+    return;
+  }
   const auto sign = [](int from, int to) { return (to > from) - (to < from); };
   for (size_t i = 1; i < borders_.size(); ++i) {
     cv::Point at = borders_[i].points.back();
@@ -287,8 +305,7 @@ cv::Mat make_framed_image(cv::Size size) {
   cv::Mat framed(size.height + 2, size.width + 2, CV_8UC1);
   framed.row(0).setTo(0);
   framed.row(framed.rows - 1).setTo(0);
-  framed.col(0).setTo(0);
-  framed.col(framed.cols - 1).setTo(0);
+  for (int y = 0; y < framed.rows; ++y) framed.ptr(y)[0] = framed.ptr(y)[framed.cols - 1] = 0;
   return framed(cv::Rect({1, 1}, size));
 }
 

@@ -16,8 +16,8 @@ inline constexpr uint8_t kShape = 1;
 cv::Mat make_framed_image(cv::Size size);
 
 // The contours of an image from make_framed_image() that holds 0 and kShape only: the lists of
-// cv::findContours with cv::RETR_TREE, in its order. That call copies the image twice, this one
-// leaves marks in it while it runs and takes them away again. `approximation` is
+// cv::findContours with cv::RETR_TREE, in its order. That call works on a copy, this one leaves
+// marks in the image while it runs and takes them away again. `approximation` is
 // cv::CHAIN_APPROX_NONE or cv::CHAIN_APPROX_SIMPLE.
 //
 // After S. Suzuki and K. Abe, "Topological structural analysis of digitized binary images by border
