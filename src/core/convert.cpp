@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <opencv2/imgproc.hpp>
 
 #include "core/gray_rows.h"
+#include "core/mat_view.h"
 
 namespace kel::imageprocess {
 namespace {
@@ -32,10 +34,19 @@ void colour_to_gray(const KelPixelRegion& dst, const KelPixelRegion& src) {
                gray_from_colour_row);
 }
 
+// OpenCV's loop runs at the speed of memory and on several cores; rows that overlap, because their
+// pitch is too short, have to be written one after the other.
 template <uint32_t Code>
 void gray_to_colour(const KelPixelRegion& dst, const KelPixelRegion& src) {
-  for_each_row(PixelRegion_<Code>(dst), PixelRegion_<QX_FMT_GRAY>(src), bytes_per_pixel(Code),
-               colour_from_gray_row);
+  constexpr int kBytes = bytes_per_pixel(Code);
+  cv::Mat to = first_plane_mat(dst, CV_8UC(kBytes));
+  const cv::Mat from = plane_mat(src.plane[0], dst.width, dst.height, src.pitch[0], CV_8UC1);
+  if (to.empty() || from.empty()) {
+    for_each_row(PixelRegion_<Code>(dst), PixelRegion_<QX_FMT_GRAY>(src), kBytes,
+                 colour_from_gray_row);
+  } else {
+    cv::cvtColor(from, to, kBytes == 3 ? cv::COLOR_GRAY2BGR : cv::COLOR_GRAY2BGRA);
+  }
 }
 
 // As many rows and bytes as dst has.

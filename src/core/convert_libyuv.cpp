@@ -18,8 +18,8 @@ constexpr int kTileColumns = 1 << 14;
 constexpr int kTileBytes = 1 << 22;
 // For the formats that are converted by way of ARGB; two rows of the widest tile fit.
 constexpr int kScratchBytes = 1 << 17;
-// On the stack and in the caches; two rows of the widest tile fit.
-constexpr int kChromaScratchBytes = 1 << 15;
+// On the stack and in the first cache; a row of the widest tile fits.
+constexpr int kChromaScratchBytes = 1 << 14;
 
 using Call = void (*)(const QX_OFFSCREEN& dst, const QX_OFFSCREEN& src, int width, int height);
 
@@ -57,7 +57,7 @@ template <auto ToPlanar, bool kVFirst>
 void packed_to_nv(const QX_OFFSCREEN& dst, const QX_OFFSCREEN& src, int width, int height) {
   const int pairs = (width + 1) / 2;
   const int chroma_rows = kChromaScratchBytes / (2 * pairs);
-  std::array<uint8_t, kChromaScratchBytes> scratch;
+  alignas(64) std::array<uint8_t, kChromaScratchBytes> scratch;
   uint8_t* const first = scratch.data();
   uint8_t* const second = first + kChromaScratchBytes / 2;
   uint8_t* const u = kVFirst ? second : first;

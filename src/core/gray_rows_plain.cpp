@@ -26,8 +26,7 @@ void gray_from_colour_row_plain(uint8_t* dst, const uint8_t* src, int64_t count,
                        : gray_from_colour<4>(dst, src, count);
 }
 
-void colour_from_gray_row_plain(uint8_t* dst, const uint8_t* src, int64_t count,
-                                int bytes_per_pixel) {
+void colour_from_gray_row(uint8_t* dst, const uint8_t* src, int64_t count, int bytes_per_pixel) {
   bytes_per_pixel == 3 ? colour_from_gray<3>(dst, src, count)
                        : colour_from_gray<4>(dst, src, count);
 }
