@@ -38,33 +38,49 @@ bool is_too_large(const cv::Mat& dst, const cv::Mat& src, int method) {
 }
 
 // cv::resize with INTER_NEAREST for pairs of bytes, without its read of the two bytes in front of
-// the plane: dst(x) = src(min(floor(x / scale), last)), in this order of operations.
-void resize_pairs_to_nearest(cv::Mat& dst, const cv::Mat& src) {
-  const double step_x = 1.0 / (static_cast<double>(dst.cols) / src.cols);
-  const double step_y = 1.0 / (static_cast<double>(dst.rows) / src.rows);
-  constexpr int kChunk = 512;
-  std::array<uint32_t, kChunk> offsets;  // of the columns of one chunk
-  for (int left = 0; left < dst.cols; left += kChunk) {
-    const int count = std::min(kChunk, dst.cols - left);
-    for (int x = 0; x < count; ++x) {
-      const double from = std::min(std::floor((left + x) * step_x), src.cols - 1.0);
-      offsets[static_cast<size_t>(x)] = 2 * static_cast<uint32_t>(from);
-    }
-    for (int y = 0; y < dst.rows; ++y) {
-      const double from = std::min(std::floor(y * step_y), src.rows - 1.0);
-      const uint8_t* in = src.ptr(static_cast<int>(from));
-      uint8_t* out = dst.ptr(y) + ptrdiff_t{2} * left;
+// the plane: dst(x) = src(min(floor(x / scale), last)), in this order of operations. Rows are
+// spread over OpenCV's threads as that call spreads them.
+class NearestPairs : public cv::ParallelLoopBody {
+ public:
+  NearestPairs(cv::Mat& dst, const cv::Mat& src)
+      : dst_(dst),
+        src_(src),
+        step_x_(1.0 / (static_cast<double>(dst.cols) / src.cols)),
+        step_y_(1.0 / (static_cast<double>(dst.rows) / src.rows)) {}
+
+  void operator()(const cv::Range& rows) const override {
+    constexpr int kChunk = 512;
+    std::array<uint32_t, kChunk> offsets;  // of the columns of one chunk
+    for (int left = 0; left < dst_.cols; left += kChunk) {
+      const int count = std::min(kChunk, dst_.cols - left);
       for (int x = 0; x < count; ++x) {
-        std::memcpy(out + ptrdiff_t{2} * x, in + offsets[static_cast<size_t>(x)], 2);
+        const double from = std::min(std::floor((left + x) * step_x_), src_.cols - 1.0);
+        offsets[static_cast<size_t>(x)] = 2 * static_cast<uint32_t>(from);
+      }
+      for (int y = rows.start; y < rows.end; ++y) {
+        const double from = std::min(std::floor(y * step_y_), src_.rows - 1.0);
+        const uint8_t* in = src_.ptr(static_cast<int>(from));
+        uint8_t* out = dst_.ptr(y) + ptrdiff_t{2} * left;
+        for (int x = 0; x < count; ++x) {
+          std::memcpy(out + ptrdiff_t{2} * x, in + offsets[static_cast<size_t>(x)], 2);
+        }
       }
     }
   }
-}
+
+ private:
+  cv::Mat& dst_;
+  const cv::Mat& src_;
+  double step_x_;
+  double step_y_;
+};
 
 void resize_plane(cv::Mat dst, const cv::Mat& src, int method) {
   if (dst.empty() || src.empty() || is_too_large(dst, src, method)) return;
   if (method == cv::INTER_NEAREST && src.elemSize() == 2) {
-    resize_pairs_to_nearest(dst, src);
+    constexpr double kPairsOfAShare = 1 << 16;
+    cv::parallel_for_({0, dst.rows}, NearestPairs(dst, src),
+                      static_cast<double>(dst.total()) / kPairsOfAShare);
   } else {
     cv::resize(src, dst, dst.size(), 0, 0, method);
   }
