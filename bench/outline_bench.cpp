@@ -5,6 +5,7 @@
 #include <string>
 
 #include "bench.h"
+#include "mask/masks.h"
 #include "reference/outline.h"
 #include "support/samples.h"
 
@@ -63,14 +64,6 @@ Image noise(int side, int percent) {
   return image;
 }
 
-Image checkerboard(int side) {
-  auto image = std::make_shared<TestImage>(QX_FMT_GRAY, side, side);
-  for (int i = 0; i < side * side; ++i) {
-    image->row(0)[i] = (i % side + i / side) % 2 == 0 ? 255 : 0;
-  }
-  return image;
-}
-
 // One contour that turns at every pixel of the upper and lower border.
 Image comb(int width, int height) {
   auto image = std::make_shared<TestImage>(QX_FMT_GRAY, width, height);
@@ -92,11 +85,13 @@ const bool registered = [] {
   }
   add("photographer", scaled("photographer", 4032, 3024), mode_of(MK_OMODE_FILL_STROKE, 12, 3));
   add("noise", noise(1024, 30), mode_of(MK_OMODE_STROKE, 0, 0));
+  const auto checkerboard =
+      std::make_shared<TestImage>(test::make_mask(test::Kind::Checker, 128, 128));
   for (const uint32_t mode : {MK_OMODE_STROKE, MK_OMODE_FILL_STROKE, MK_OMODE_HULL_FILL_STROKE,
                               MK_OMODE_POLAR, MK_OMODE_VECTOR}) {
     add("noise", noise(256, 30), mode_of(mode, 12, 3));
     add("dense noise", noise(256, 70), mode_of(mode, 2, 0));
-    add("checkerboard", checkerboard(128), mode_of(mode, 2, 3));
+    add("checkerboard", checkerboard, mode_of(mode, 2, 3));
     add("comb", comb(1920, 1080), mode_of(mode, 12, 0));
   }
   return true;

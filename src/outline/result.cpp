@@ -1,7 +1,6 @@
 #include "outline/result.h"
 
 #include <memory>
-#include <opencv2/imgproc.hpp>
 
 #include "outline/contours.h"
 #include "outline/trace_contours.h"
