@@ -64,11 +64,11 @@ Image noise(int side, int percent) {
   return image;
 }
 
-// One contour that turns at every pixel of the upper and lower border.
-Image comb(int width, int height) {
+// Teeth one pixel wide that hang from a back of so many rows; without one they are stripes.
+Image comb(int width, int height, int back) {
   auto image = std::make_shared<TestImage>(QX_FMT_GRAY, width, height);
   for (int i = 0; i < width * height; ++i) {
-    image->row(0)[i] = i < width || i % width % 2 == 0 ? 255 : 0;
+    image->row(0)[i] = i < back * width || i % width % 2 == 0 ? 255 : 0;
   }
   return image;
 }
@@ -85,6 +85,7 @@ const bool registered = [] {
   }
   add("photographer", scaled("photographer", 4032, 3024), mode_of(MK_OMODE_FILL_STROKE, 12, 3));
   add("noise", noise(1024, 30), mode_of(MK_OMODE_STROKE, 0, 0));
+  add("stripes", comb(1920, 1080, 0), mode_of(MK_OMODE_STROKE, 0, 0));
   const auto checkerboard =
       std::make_shared<TestImage>(test::make_mask(test::Kind::Checker, 128, 128));
   for (const uint32_t mode : {MK_OMODE_STROKE, MK_OMODE_FILL_STROKE, MK_OMODE_HULL_FILL_STROKE,
@@ -92,7 +93,7 @@ const bool registered = [] {
     add("noise", noise(256, 30), mode_of(mode, 12, 3));
     add("dense noise", noise(256, 70), mode_of(mode, 2, 0));
     add("checkerboard", checkerboard, mode_of(mode, 2, 3));
-    add("comb", comb(1920, 1080), mode_of(mode, 12, 0));
+    add("comb", comb(1920, 1080, 1), mode_of(mode, 12, 0));
   }
   return true;
 }();

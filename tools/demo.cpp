@@ -215,9 +215,9 @@ std::string time_text(const std::vector<CallTime>& calls) {
     if (sum.function == "mvk_read_landmarks") continue;
     const int count = counts[sum.function];
     text << (text.tellp() > 0 ? ", " : "") << sum.function
-         << (count > 1 ? " x" + std::to_string(count) : "") << " " << std::setprecision(2)
+         << (count > 1 ? " x" + std::to_string(count) : "") << ' ' << std::setprecision(2)
          << (sum.milliseconds < 0.01 ? sum.milliseconds * 1000 : sum.milliseconds)
-         << (sum.milliseconds < 0.01 ? " us" : " ms");
+         << (sum.milliseconds < 0.01 ? "\u00a0us" : "\u00a0ms");  // no line ends there
   }
   return text.str();
 }

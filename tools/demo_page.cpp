@@ -1,5 +1,6 @@
 #include "demo_page.h"
 
+#include <algorithm>
 #include <sstream>
 #include <string_view>
 
@@ -82,12 +83,25 @@ std::string base64(const Bytes& bytes) {
   return text;
 }
 
-// Words stay whole: a line must not end within an option.
+// Words stay whole, as a line must not end within an option; long paths break between their parts.
 std::string command_html(const std::string& command) {
   std::string html;
   std::istringstream words(command);
-  for (std::string word; words >> word;) html += "<span>" + escaped(word) + "</span> ";
+  for (std::string word; words >> word;) {
+    html += "<span>";
+    for (const char c : escaped(word)) {
+      html += c;
+      if (c == '/' || c == '_') html += "<wbr>";
+    }
+    html += "</span> ";
+  }
   return "<code>" + html + "</code>";
+}
+
+std::string anchor_of(const Section& section) {
+  std::string anchor = escaped(section.title);
+  std::replace(anchor.begin(), anchor.end(), ' ', '-');
+  return anchor;
 }
 
 std::string figure_html(const Figure& figure) {
@@ -116,11 +130,11 @@ std::string demo_page(const std::vector<Section>& sections) {
       "alone on the machine that made this page, the fastest of three runs; reading and writing "
       "files is left out.</p>\n<nav>";
   for (const Section& section : sections) {
-    html += "<a href=\"#" + escaped(section.title) + "\">" + escaped(section.title) + "</a> ";
+    html += "<a href=\"#" + anchor_of(section) + "\">" + escaped(section.title) + "</a> ";
   }
   html += "</nav>\n";
   for (const Section& section : sections) {
-    html += "<h2 id=\"" + escaped(section.title) + "\">" + escaped(section.title) + "</h2>\n<p>" +
+    html += "<h2 id=\"" + anchor_of(section) + "\">" + escaped(section.title) + "</h2>\n<p>" +
             escaped(section.text) +
             "</p>\n<div class=\"grid\" style=\"--columns: " + std::to_string(section.columns) +
             "\">\n";

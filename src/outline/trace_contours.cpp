@@ -67,6 +67,7 @@ struct Border {
 
 // The first column from x on that differs from `value`, or `width`.
 int find_change(const uint8_t* row, int x, int width, uint8_t value) {
+  if (x < width && row[x] != value) return x;
   constexpr int kBytes = sizeof(uint64_t);
   uint64_t expected = 0;
   std::memset(&expected, value, kBytes);

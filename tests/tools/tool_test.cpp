@@ -248,6 +248,7 @@ TEST_F(Tool, DemoIsOneFile) {
   const std::string page = text_of("out/demo/index.html");
   EXPECT_EQ(page.find("http"), std::string::npos);
   EXPECT_FALSE(std::regex_search(page, std::regex(" src=\"(?!data:image/)")));
+  EXPECT_FALSE(std::regex_search(page, std::regex(" (id|href)=\"[^\"]* ")));  // anchors are words
   const std::regex picture(" src=\"data:image/");
   EXPECT_GT(std::distance(std::sregex_iterator(page.begin(), page.end(), picture), {}), 40);
 }
