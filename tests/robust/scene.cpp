@@ -18,7 +18,8 @@ using as_written::block;
 using kel::imageprocess::bytes_per_pixel;
 using kel::imageprocess::is_two_plane;
 
-constexpr uint8_t kPaddingByte = 0xA5;
+// Sources have another byte in their padding than destinations: copied padding shows.
+uint8_t padding_of(const Plane& plane) { return plane.source ? 0x5A : 0xA5; }
 
 // The part of a plane that copies and turns move; empty where rows overlap.
 cv::Mat pixels_of(const QX_OFFSCREEN& image, int plane, bool packed) {
@@ -367,7 +368,7 @@ void Scene::add(std::vector<QX_OFFSCREEN>& images, uint32_t format, int w, int h
 // Noise, or flat shapes as masks have them; a known byte in the padding.
 void Scene::paint(cv::Mat pixels, Plane& plane) {
   if (pixels.empty()) return;
-  std::memset(plane.data, kPaddingByte, plane.size);
+  std::memset(plane.data, padding_of(plane), plane.size);
   if (choice.pick(0, 2) == 0) {
     cv::RNG(choice.next()).fill(pixels, cv::RNG::UNIFORM, 0, 256);
   } else {
@@ -387,7 +388,7 @@ bool Scene::is_right() const { return padding_is_intact() && (hostile_ ? is_refu
 bool Scene::padding_is_intact() const {
   for (const Plane& plane : planes_) {
     for (size_t i = 0; i < plane.size; ++i) {
-      if (i % plane.step >= plane.used && plane.data[i] != kPaddingByte) return false;
+      if (i % plane.step >= plane.used && plane.data[i] != padding_of(plane)) return false;
     }
   }
   return true;
