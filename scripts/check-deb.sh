@@ -6,7 +6,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/lib.sh
-install_packages "${build_packages[@]}" debootstrap dpkg-dev
+install_packages "${build_packages[@]}" debootstrap
 root=${1:-$(mktemp -d)}
 [ -d "$root/etc" ] || debootstrap --variant=minbase bookworm "$root"
 [ -s "$root/etc/apt/sources.list" ] || cp /etc/apt/sources.list.d/* "$root/etc/apt/sources.list.d/"

@@ -4,6 +4,7 @@ build_packages=(
   libopencv-core-dev libopencv-imgproc-dev libyuv-dev libeigen3-dev libhwy-dev
   libcli11-dev libpng-dev libturbojpeg0-dev
   libgtest-dev libbenchmark-dev
+  dpkg-dev file  # for cpack
 )
 
 check_packages=(clang-14 libclang-rt-14-dev clang-format-14 clang-tidy-14 abigail-tools git
