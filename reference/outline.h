@@ -113,7 +113,7 @@ inline void smooth(cv::Mat& image, uint32_t level) {
   const double f = static_cast<float>(level) * 0.01F;
   for (const size_t i : main_set(contours, hierarchy)) {
     const auto n = static_cast<uint32_t>(cv::arcLength(contours[i], true) * f);
-    if (n < 2) continue;
+    if (n < 2 || n > 65535) continue;  // cv::blur refuses longer windows over integers
     const cv::Mat row(1, static_cast<int>(contours[i].size()), CV_32SC2, contours[i].data());
     cv::Mat mean;
     cv::blur(row, mean, cv::Size(static_cast<int>(n % 2 == 1 ? n : n + 1), 1), cv::Point(-1, -1),

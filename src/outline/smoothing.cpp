@@ -11,9 +11,11 @@ namespace outline {
 namespace {
 
 // The contour is a row of points to the filter, reflected at its ends although it is closed.
+// cv::blur refuses windows of more than 2^16 integers; contours so long stay as they are.
 void smooth_contour(Contour& contour, double share) {
+  constexpr uint32_t kTooLong = 1 << 16;
   const uint32_t length = kel::saturate_to_uint32(cv::arcLength(contour, true) * share);
-  if (length < 2) return;
+  if (length < 2 || length >= kTooLong) return;
   const int window = static_cast<int>(length | 1);
   Contour smooth;
   cv::blur(contour, smooth, cv::Size(window, 1), cv::Point(-1, -1), cv::BORDER_REFLECT_101);

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 #include <opencv2/imgproc.hpp>
+#include <unordered_map>
 #include <utility>
 
 namespace outline {
@@ -24,7 +25,9 @@ constexpr int background_side(bool is_hole) { return is_hole ? kRight : kLeft; }
 constexpr int turned(int direction, int by) { return (direction + by) & (kDirections - 1); }
 
 // A border pixel holds the label of the last border that marked it, and kRightEdge when the border
-// has background to the right of it. Labels are used again, from kFirstReused on.
+// has background to the right of it. Labels are used again, from kFirstReused on, as
+// cv::findContours does it: which of several borders with one label becomes the parent depends on
+// that.
 constexpr uint8_t kRightEdge = 0x80;
 constexpr uint8_t kLabel = 0x7F;
 constexpr uint8_t kFirstLabel = 2;
@@ -106,14 +109,15 @@ class Tracer {
   void scan_row(int y);
   void add_border(cv::Point start, bool is_hole, int32_t parent);
   int32_t find_parent(cv::Point mark, bool is_hole);
-  bool passes(const Border& border, const uint8_t* mark);
+  bool passes(int32_t index, const uint8_t* mark);
+  void visit_all(const Border& followed, std::vector<ptrdiff_t>& visits);
   struct Move {
     uint8_t* to;
     bool passes_right;
   };
   int find_last_neighbour(uint8_t* start, bool is_hole) const;
   Move find_next(uint8_t* at, int& direction) const;
-  void follow(Border& border);
+  void follow(Border& followed);
 
   cv::Mat& image_;
   bool keeps_all_;
@@ -121,8 +125,9 @@ class Tracer {
   std::vector<Border> borders_;
   std::array<int32_t, kLabel + 1> newest_{};  // border of each label
   uint8_t label_ = kFirstLabel;
-  Contour points_;    // of the border that is followed
-  size_t steps_ = 0;  // along all borders
+  std::unordered_map<int32_t, std::vector<ptrdiff_t>> visits_;  // of borders that were asked for
+  Contour points_;                                              // of the border that is followed
+  size_t steps_ = 0;                                            // along all borders
 };
 
 // A border begins where background turns into unmarked shape, or shape without a mark for its right
@@ -171,7 +176,7 @@ int32_t Tracer::find_parent(cv::Point mark, bool is_hole) {
       continue;
     }
     if (candidate.box.contains(mark)) {
-      if (found != kFrame && passes(border(found), marked)) break;
+      if (found != kFrame && passes(found, marked)) break;
       found = *link;
     }
     link = &candidate.same_label;
@@ -204,30 +209,46 @@ Tracer::Move Tracer::find_next(uint8_t* at, int& direction) const {
   }
 }
 
-// Whether following the border meets `mark` on the side where it was marked.
-bool Tracer::passes(const Border& border, const uint8_t* mark) {
-  uint8_t* const start = pixel(border.start);
-  int direction = find_last_neighbour(start, border.is_hole);
-  if (direction == background_side(border.is_hole)) return start == mark;
+// Whether following the border meets `mark` on the side where it was marked. Long borders are asked
+// for many pixels: where they run is found out once.
+bool Tracer::passes(int32_t index, const uint8_t* mark) {
+  std::vector<ptrdiff_t>& visits = visits_[index];
+  if (visits.empty()) visit_all(border(index), visits);
+  const ptrdiff_t at = mark - image_.data;
+  if ((*mark & kRightEdge) != 0)
+    return std::binary_search(visits.begin(), visits.end(), 2 * at + 1);
+  const auto found = std::lower_bound(visits.begin(), visits.end(), 2 * at);
+  return found != visits.end() && *found / 2 == at;
+}
+
+// Collects twice the offset of each pixel along a border, plus one where the border passes the
+// right-hand neighbour; sorted.
+void Tracer::visit_all(const Border& followed, std::vector<ptrdiff_t>& visits) {
+  uint8_t* const start = pixel(followed.start);
+  int direction = find_last_neighbour(start, followed.is_hole);
+  if (direction == background_side(followed.is_hole)) {
+    visits.push_back(2 * (start - image_.data) + 1);
+    return;
+  }
   const uint8_t* const last = neighbour(start, direction);
-  const bool is_right_edge = (*mark & kRightEdge) != 0;
   for (uint8_t* at = start;;) {
     const auto [next, passes_right] = find_next(at, direction);
-    if (at == mark && (passes_right || !is_right_edge)) return true;
-    if (next == start && at == last) return false;
+    visits.push_back(2 * (at - image_.data) + (passes_right ? 1 : 0));
+    if (next == start && at == last) break;
     at = next;
     direction = turned(direction, kLeft);
   }
+  std::sort(visits.begin(), visits.end());
 }
 
 // Follows a border anticlockwise around shape, marks its pixels and stores its points.
-void Tracer::follow(Border& border) {
+void Tracer::follow(Border& followed) {
   points_.clear();
-  cv::Point point = border.start;
-  border.box = Box(point);
+  cv::Point point = followed.start;
+  followed.box = Box(point);
   uint8_t* const start = pixel(point);
-  int direction = find_last_neighbour(start, border.is_hole);
-  if (direction == background_side(border.is_hole)) {  // a single pixel
+  int direction = find_last_neighbour(start, followed.is_hole);
+  if (direction == background_side(followed.is_hole)) {  // a single pixel
     *start = label_ | kRightEdge;
     points_.push_back(point);
   } else {
@@ -242,7 +263,7 @@ void Tracer::follow(Border& border) {
       }
       ++steps_;
       const bool is_corner = direction != arrived;
-      if (is_corner) border.box.include(point);
+      if (is_corner) followed.box.include(point);
       if (is_corner || keeps_all_) points_.push_back(point);
       arrived = direction;
       const Step step = kSteps[static_cast<size_t>(direction)];
@@ -252,13 +273,13 @@ void Tracer::follow(Border& border) {
       direction = turned(direction, kLeft);
     }
   }
-  border.points = points_;
+  followed.points = points_;
 }
 
 // All marks lie on borders: between two points of one they lie on a straight line. To go along them
 // once more is cheap unless they are long: then all pixels are visited, many at a time.
 void Tracer::take_marks_away() {
-  constexpr size_t kPixelsPerStep = 16;
+  constexpr size_t kPixelsPerStep = 16;  // that many in vectors cost about one step
   if (steps_ > image_.total() / kPixelsPerStep) {
     for (int y = 0; y < image_.rows; ++y) {
       uint8_t* row = image_.ptr(y);

@@ -114,6 +114,14 @@ TEST_F(Outline, AsByHandOnMasksOfPeople) {
   }
 }
 
+// A comb's outline is longer than what cv::blur can take a share of.
+TEST_F(Outline, AsByHandWhereNothingCanBeSmoothed) {
+  TestImage comb(QX_FMT_GRAY, 1500, 1000);
+  for (int i = 0; i < 1500 * 1000; ++i) comb.row(0)[i] = i < 1500 || i % 2 == 0 ? 255 : 0;
+  const MKOutlineMode mode{MK_OMODE_STROKE, 2, 0, MK_OSMOOTH_5, 0, nullptr, 127};
+  EXPECT_TRUE(expand(comb, mode) == as_written::outlines(comb, mode));
+}
+
 // Too far for OpenCV's 32-bit row counts; the triangle covers the image.
 TEST(FillContours, TheWholeRangeOfIntegers) {
   cv::Mat image = cv::Mat::zeros(50, 80, CV_8UC1);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <climits>
+#include <opencv2/imgproc.hpp>
 
 #include "support/samples.h"
 
@@ -26,6 +27,26 @@ void compare(const char* name, const Value& ordinary, const Value& odd, const Ca
   };
   const double usual = median(ordinary);
   EXPECT_LT(median(odd), 10 * usual + 1) << name << ", ms";
+}
+
+void outline(const QX_OFFSCREEN& image, const MKOutlineMode& mode) {
+  MKGetOutline result{};
+  void* handle = mvk_outline_create();
+  EXPECT_EQ(mvk_outline_expansion(handle, &image, &mode, &result), MVK_OK);
+  mvk_outline_destroy(handle, &result);
+}
+
+// A frame around some dots and below them a comb with thousands of dots between its teeth.
+TestImage comb_below(int dots) {
+  TestImage image(QX_FMT_GRAY, 300, 300);
+  cv::Mat pixels(300, 300, CV_8UC1, image.row(0));
+  pixels = 0;
+  cv::rectangle(pixels, cv::Rect(0, 0, 300, 300), 255);
+  for (int i = 0; i < dots; ++i) pixels.at<uint8_t>(2 + i / 75 * 2, 2 + i % 75 * 2) = 255;
+  pixels(cv::Rect(3, 12, 292, 1)) = 255;
+  for (int x = 3; x < 297; x += 6) pixels(cv::Rect(x, 12, 1, 284)) = 255;
+  for (int i = 0; i < 140 * 48; ++i) pixels.at<uint8_t>(15 + i / 48 * 2, 6 + i % 48 * 6) = 255;
+  return image;
 }
 
 TEST(OddValues, TakeNoLongerThanOthers) {
@@ -55,6 +76,11 @@ TEST(OddValues, TakeNoLongerThanOthers) {
     }
   });
 
+  // Borders are told apart by 125 marks: with 124 dots the frame and the comb have the same one.
+  compare("two borders with one mark", comb_below(123), comb_below(124), [](const auto& image) {
+    outline(image, {MK_OMODE_STROKE, MK_OCHAIN_ALL, 0, MK_OSMOOTH_NONE, 0, nullptr, 127});
+  });
+
   TestImage specked = mask.clone();  // single pixels, as segmentation leaves them
   for (int y = 7; y < kH; y += 67) {
     for (int x = 7; x < kW; x += 71) specked.row(y)[x] = 255;
@@ -63,18 +89,13 @@ TEST(OddValues, TakeNoLongerThanOthers) {
   TPOINT on_contour{kW / 2, 0};  // the shape's first point
   while (mask.row(on_contour.y)[on_contour.x] < 128) ++on_contour.y;
   for (uint32_t mode = MK_OMODE_STROKE; mode <= MK_OMODE_VECTOR_CENTER; ++mode) {
-    const auto outline = [mode](const std::pair<QX_OFFSCREEN, TPOINT>& given) {
-      const auto& [image, center] = given;
-      const MKOutlineMode parameters{mode, MK_OCHAIN_ALL, 40, MK_OSMOOTH_2, 1, &center, 127};
-      MKGetOutline result{};
-      void* handle = mvk_outline_create();
-      EXPECT_EQ(mvk_outline_expansion(handle, &image, &parameters, &result), MVK_OK);
-      mvk_outline_destroy(handle, &result);
+    const auto call = [mode](const std::pair<QX_OFFSCREEN, TPOINT>& given) {
+      outline(given.first, {mode, MK_OCHAIN_ALL, 40, MK_OSMOOTH_2, 1, &given.second, 127});
     };
     const std::pair<QX_OFFSCREEN, TPOINT> ordinary{mask, middle};
-    compare("centre on a contour", ordinary, {mask, on_contour}, outline);
-    compare("centre far off", ordinary, {mask, TPOINT{INT_MIN, INT_MAX}}, outline);
-    compare("specks", ordinary, {specked, middle}, outline);
+    compare("centre on a contour", ordinary, {mask, on_contour}, call);
+    compare("centre far off", ordinary, {mask, TPOINT{INT_MIN, INT_MAX}}, call);
+    compare("specks", ordinary, {specked, middle}, call);
   }
 }
 
