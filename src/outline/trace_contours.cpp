@@ -125,9 +125,9 @@ class Tracer {
   std::vector<Border> borders_;
   std::array<int32_t, kLabel + 1> newest_{};  // border of each label
   uint8_t label_ = kFirstLabel;
-  std::unordered_map<int32_t, std::vector<ptrdiff_t>> visits_;  // of borders that were asked for
   Contour points_;                                              // of the border that is followed
   size_t steps_ = 0;                                            // along all borders
+  std::unordered_map<int32_t, std::vector<ptrdiff_t>> visits_;  // of borders asked for
 };
 
 // A border begins where background turns into unmarked shape, or shape without a mark for its right
@@ -215,10 +215,11 @@ bool Tracer::passes(int32_t index, const uint8_t* mark) {
   std::vector<ptrdiff_t>& visits = visits_[index];
   if (visits.empty()) visit_all(border(index), visits);
   const ptrdiff_t at = mark - image_.data;
-  if ((*mark & kRightEdge) != 0)
-    return std::binary_search(visits.begin(), visits.end(), 2 * at + 1);
-  const auto found = std::lower_bound(visits.begin(), visits.end(), 2 * at);
-  return found != visits.end() && *found / 2 == at;
+  const ptrdiff_t passing_right = 2 * at + 1;
+  const bool is_right_edge = (*mark & kRightEdge) != 0;
+  const ptrdiff_t least = is_right_edge ? passing_right : 2 * at;
+  const auto found = std::lower_bound(visits.begin(), visits.end(), least);
+  return found != visits.end() && *found <= passing_right;
 }
 
 // Collects twice the offset of each pixel along a border, plus one where the border passes the
