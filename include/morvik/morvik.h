@@ -241,6 +241,10 @@ enum { MKBlur_Mean = 0, MKBlur_Median = 1, MKBlur_Gaussian = 2, MKBlur_Bilateral
  *             colour space
  *   param2    Gaussian: sigma down in pixels, 0 takes param1's; Bilateral: sigma in space, pixels
  *             (a sigma of 0 counts as 1)
+ *
+ * OpenCV filters in buffers of less than 2^31 bytes: with rows too long for them (of more than some
+ * 800,000 RGB24 pixels at ksize 199, the more the smaller it is), and at ksize 3 and 5 of Median
+ * with images of 2^31 bytes, dst may be left alone, with MVK_OK.
  */
 MVK_API uint32_t mvk_smooth(const QX_OFFSCREEN* src, const QX_OFFSCREEN* dst, uint32_t ksize,
                             MKBlur type, uint32_t reserved, uint32_t param1, uint32_t param2);
@@ -311,7 +315,7 @@ typedef struct MKOutlineMode {
   uint32_t mode;               /* MK_OMODE_*, 0 to 8 */
   uint32_t chain_approx;       /* MK_OCHAIN_*, 1 or 2: which points are returned */
   uint16_t expand_size;        /* pixels, 0 to 500 */
-  MKOSmoothLevel smooth_level; /* 0 (none) to 5 */
+  MKOSmoothLevel smooth_level; /* 0 (none) to 5; windows above 65535 pixels do nothing */
   uint32_t approx_poly;        /* not 0: outlines are simplified to within 1 % of their length */
   const TPOINT* center;        /* modes 5 and 8; null: each shape's centroid */
   uint8_t threshold;           /* 0 to 253; pixels above it are shape */

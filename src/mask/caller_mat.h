@@ -10,8 +10,8 @@
 namespace kel::mask {
 
 // OpenCV adds kernels to sides and multiplies them by channels in 32 bits, and refuses (or worse)
-// what does not fit. Longer sides are left alone.
-inline bool fits_opencv(int64_t width, int64_t height) {
+// what does not fit. Longer sides are left alone; some filters take less (mk_blur.cpp).
+inline bool sides_fit(int64_t width, int64_t height) {
   constexpr int64_t kLongestSide = int64_t{1} << 29;
   return width <= kLongestSide && height <= kLongestSide;
 }

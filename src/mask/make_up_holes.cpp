@@ -56,7 +56,7 @@ void fill_contours(cv::Mat& image) {
 uint32_t make_up_holes(const KelPixelRegion& src, const KelPixelRegion& dst, uint32_t level) {
   if (src.format != QX_FMT_GRAY) return MVK_BAD_ARGUMENT;
   if (level > 254 || dst.format != QX_FMT_GRAY) return MVK_BAD_ARGUMENT;
-  if (!fits_opencv(src.width, src.height)) return MVK_OK;
+  if (!sides_fit(src.width, src.height)) return MVK_OK;
   cv::Mat filled = packed_mat(dst, CV_8UC1);
   _make_up_holes(source_mat(src, dst, CV_8UC1), filled, static_cast<int32_t>(level));
   return MVK_OK;

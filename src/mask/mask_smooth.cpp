@@ -46,7 +46,7 @@ uint32_t use_opencv(const KelPixelRegion& dst, const KelPixelRegion& mask, uint3
   const cv::Mat coarse = packed_mat(mask, CV_8UC1);
   cv::Mat smooth = packed_mat(dst, CV_8UC1);
   if (limit >= static_cast<uint32_t>(std::max(dst.width, dst.height))) {
-    if (fits_opencv(dst.width, dst.height)) smooth_at_full_size(coarse, smooth);
+    if (sides_fit(dst.width, dst.height)) smooth_at_full_size(coarse, smooth);
     return MVK_OK;
   }
 
@@ -54,7 +54,7 @@ uint32_t use_opencv(const KelPixelRegion& dst, const KelPixelRegion& mask, uint3
   if (scale < 1) return MVK_BAD_ARGUMENT;
   const int64_t width = mask.width * scale;
   const int64_t height = mask.height * scale;
-  if (!fits_opencv(width, height) || !fits_opencv(dst.width, dst.height)) return MVK_OK;
+  if (!sides_fit(width, height) || !sides_fit(dst.width, dst.height)) return MVK_OK;
   const cv::Size working(static_cast<int>(width), static_cast<int>(height));
 
   cv::Mat binary(coarse.size(), CV_8UC1);

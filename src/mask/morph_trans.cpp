@@ -16,7 +16,7 @@ constexpr int kWidestForOpenCv = 1 << 27;
 
 uint32_t morph_trans(const cv::Mat& src, cv::Mat& dst, int32_t amount) {
   if (src.type() != CV_8UC1 || amount == 0 || dst.type() != CV_8UC1) return MVK_BAD_ARGUMENT;
-  if (!fits_opencv(src.cols, src.rows)) return MVK_OK;
+  if (!sides_fit(src.cols, src.rows)) return MVK_OK;
   const int side = std::abs(amount) + 1;
   const cv::Mat kernel = cv::getStructuringElement(cv::MORPH_ELLIPSE, cv::Size(side, side));
   if (side >= kSmallestForRuns || src.cols > kWidestForOpenCv) {

@@ -108,6 +108,14 @@ TEST(Smooth, EveryTypeAndShape) {
   }
 }
 
+// OpenCV's product of width and kernel leaves its int and becomes a small buffer.
+TEST(Smooth, RowsTooLongForOpenCvAreLeftAlone) {
+  const TestImage src(QX_FMT_GRAY, 21600000, 2);
+  const TestImage dst = src.clone();
+  EXPECT_EQ(mvk_smooth(&src, &dst, 199, MKBlur::Gaussian, 0, 3, 3), MVK_OK);
+  EXPECT_TRUE(dst == src);
+}
+
 TEST(Holes, EveryKindAndShapeAndSamples) {
   std::vector<test::Shape> shapes = test::kShapes;
   shapes.insert(shapes.end(), 9, {90, 70});
