@@ -1,5 +1,6 @@
+#include "core/copy.h"
+
 #include "api/check.h"
-#include "core/pixel_region.h"
 
 // Sizes and pitches are not checked here: the copy itself skips images that do not fit.
 uint32_t mvk_copy(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src) {

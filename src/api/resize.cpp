@@ -1,5 +1,6 @@
+#include "core/resize.h"
+
 #include "api/check.h"
-#include "core/imgproc.h"
 
 uint32_t mvk_resize(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src, uint32_t method) {
   using namespace mvk::api;

@@ -1,7 +1,8 @@
+#include "core/rotate.h"
+
 #include <limits>
 
 #include "api/check.h"
-#include "core/imgproc.h"
 
 uint32_t mvk_rotate(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src, int32_t angle) {
   using namespace mvk::api;

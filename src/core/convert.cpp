@@ -5,7 +5,9 @@
 #include <cstring>
 #include <opencv2/imgproc.hpp>
 
-#include "core/gray_rows.h"
+#include "core/convert_libyuv.h"
+#include "core/copy.h"
+#include "core/kernels/gray_from_colour_row.h"
 #include "core/mat_view.h"
 
 namespace kel::imageprocess {
@@ -32,6 +34,14 @@ template <uint32_t Code>
 void colour_to_gray(const KelPixelRegion& dst, const KelPixelRegion& src) {
   for_each_row(PixelRegion_<QX_FMT_GRAY>(dst), PixelRegion_<Code>(src), bytes_per_pixel(Code),
                gray_from_colour_row);
+}
+
+// The gray value three times; a fourth byte is 255.
+void colour_from_gray_row(uint8_t* dst, const uint8_t* src, int64_t count, int bytes_per_pixel) {
+  for (int64_t x = 0; x < count; ++x, dst += bytes_per_pixel) {
+    std::memset(dst, src[x], 3);
+    if (bytes_per_pixel == 4) dst[3] = 255;
+  }
 }
 
 // OpenCV's loop runs at the speed of memory and on several cores; rows that overlap, because their

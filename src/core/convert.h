@@ -5,13 +5,6 @@
 
 #include "core/pixel_region.h"
 
-namespace kel::libyuv {
-
-// Converts between two colour formats; false when there is no conversion for the pair.
-bool convert_pixel_format(QX_OFFSCREEN* dst, QX_OFFSCREEN* src);
-
-}  // namespace kel::libyuv
-
 namespace kel::imageprocess {
 
 // Converts src into the planes of dst, which have the right size; a pair without a conversion

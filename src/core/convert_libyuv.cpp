@@ -1,4 +1,5 @@
-// Conversions between colour formats, as rows of a table.
+#include "core/convert_libyuv.h"
+
 #include <libyuv.h>
 
 #include <algorithm>
@@ -7,7 +8,7 @@
 #include <iterator>
 #include <memory>
 
-#include "core/convert.h"
+#include "core/pixel_region.h"
 
 namespace kel::libyuv {
 namespace {

@@ -1,7 +1,7 @@
+#include "core/copy.h"
+
 #include <algorithm>
 #include <cstring>
-
-#include "core/pixel_region.h"
 
 namespace kel::imageprocess {
 namespace {

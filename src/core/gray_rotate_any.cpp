@@ -1,7 +1,8 @@
+#include "core/gray_rotate_any.h"
+
 #include <algorithm>
 #include <cmath>
 
-#include "core/rotate.h"
 #include "core/saturate.h"
 
 namespace kel::imageprocess {

@@ -102,10 +102,4 @@ struct PixelRegion_<QX_FMT_NV21> : PixelRegion2P422_Impl {
   using PixelRegion2P422_Impl::PixelRegion2P422_Impl;
 };
 
-// Copies the rows of src where both planes have the same shape; returns whether it did so.
-bool copy_plane(Plane& dst, const Plane& src);
-
-// Copies src to dst, both of the same format; images that do not fit each other are left alone.
-void copy(KelPixelRegion dst, KelPixelRegion src);
-
 }  // namespace kel::imageprocess

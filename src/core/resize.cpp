@@ -1,3 +1,5 @@
+#include "core/resize.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -5,7 +7,6 @@
 #include <limits>
 #include <opencv2/imgproc.hpp>
 
-#include "core/imgproc.h"
 #include "core/mat_view.h"
 
 namespace kel::imgproc {

@@ -1,161 +1,110 @@
 #include "core/rotate.h"
 
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <opencv2/imgproc.hpp>
+
 #include "core/saturate.h"
 #include "core/turn.h"
-
-namespace kel::imageprocess {
-namespace {
-
-enum class Turn { kOther, kNone, kClockwise, kHalf, kAnticlockwise };
-
-Turn decode_angle(float angle) {
-  switch (saturate_to_int32(angle)) {
-    case 0:
-    case 360:
-      return Turn::kNone;
-    case 90:
-    case -270:
-      return Turn::kClockwise;
-    case 180:
-    case -180:
-      return Turn::kHalf;
-    case 270:
-    case -90:
-      return Turn::kAnticlockwise;
-    default:
-      return Turn::kOther;
-  }
-}
-
-// Elements of a plane, their rows `stride` bytes apart.
-template <typename Byte>
-struct Grid {
-  Byte* data;
-  int64_t stride;
-  int64_t width;
-  int64_t height;
-};
-
-template <typename Byte>
-Grid<Byte> packed_grid(Byte* data, int64_t width, int64_t height, int element_bytes) {
-  return {data, width * element_bytes, width, height};
-}
-
-bool has_turned_size(const Grid<uint8_t>& dst, const Grid<const uint8_t>& src, Turn turn) {
-  if (turn == Turn::kHalf) return dst.width == src.width && dst.height == src.height;
-  return dst.width == src.height && dst.height == src.width;
-}
-
-//   clockwise      dst(x, y) = src(y, H - 1 - x)          the transpose of src upside down
-//   half           dst(x, y) = src(W - 1 - x, H - 1 - y)
-//   anticlockwise  dst(x, y) = src(W - 1 - y, x)          the transpose into dst upside down
-void turn_grid(Grid<uint8_t> dst, Grid<const uint8_t> src, Turn turn, int element_bytes) {
-  if (dst.data == nullptr || src.data == nullptr || src.width < 1 || src.height < 1) return;
-  if (!has_turned_size(dst, src, turn)) return;
-  if (turn == Turn::kHalf) {
-    for (int64_t y = 0; y < src.height; ++y) {
-      reverse_row(dst.data + y * dst.stride, src.data + (src.height - 1 - y) * src.stride,
-                  src.width, element_bytes);
-    }
-    return;
-  }
-  if (turn == Turn::kClockwise) {
-    src.data += (src.height - 1) * src.stride;
-    src.stride = -src.stride;
-  } else {
-    dst.data += (dst.height - 1) * dst.stride;
-    dst.stride = -dst.stride;
-  }
-  transpose(dst.data, dst.stride, src.data, src.stride, src.width, src.height, element_bytes);
-}
-
-// Rows are packed here, whatever the pitches say: gray images are masks, and masks are packed.
-void turn_gray(PixelRegion_<QX_FMT_GRAY>& dst, const PixelRegion_<QX_FMT_GRAY>& src, Turn turn) {
-  turn_grid(packed_grid(dst.plane.data, dst.plane.row_bytes, dst.plane.rows, 1),
-            packed_grid<const uint8_t>(src.plane.data, src.plane.row_bytes, src.plane.rows, 1),
-            turn, 1);
-}
-
-// Packed rows as for gray: the even part of Y, then chroma pairs as elements of 2 bytes.
-void turn_nv(PixelRegion2P422_Impl& dst, const PixelRegion2P422_Impl& src, Turn turn) {
-  turn_grid(packed_grid(dst.y.data, dst.y.row_bytes, dst.y.rows, 1),
-            packed_grid<const uint8_t>(src.y.data, src.y.row_bytes, src.y.rows, 1), turn, 1);
-  turn_grid(
-      packed_grid(dst.chroma.data, dst.chroma.row_bytes / 2, dst.chroma.rows, 2),
-      packed_grid<const uint8_t>(src.chroma.data, src.chroma.row_bytes / 2, src.chroma.rows, 2),
-      turn, 2);
-}
-
-template <uint32_t Code>
-void turn_by_pitch(PixelRegion_<Code>& dst, const PixelRegion_<Code>& src, Turn turn) {
-  turn_grid({dst.plane.data, dst.plane.pitch, int64_t{dst.width}, dst.plane.rows},
-            {src.plane.data, src.plane.pitch, int64_t{src.width}, src.plane.rows}, turn,
-            src.kBytesPerPixel);
-}
-
-}  // namespace
-
-template <uint32_t Code>
-void rotate(PixelRegion_<Code>& dst, const PixelRegion_<Code>& src, Point2D_<float> centre,
-            float angle) {
-  const Turn turn = decode_angle(angle);
-  if constexpr (is_two_plane(Code)) {
-    if (turn == Turn::kNone) dst.copy(src);
-    if (turn > Turn::kNone) turn_nv(dst, src, turn);
-  } else {
-    if (turn == Turn::kNone) {
-      dst.width = src.width;
-      copy_plane(dst.plane, src.plane);
-    } else if constexpr (Code == QX_FMT_GRAY) {
-      if (turn == Turn::kOther) return gray_rotate_any(dst, src, centre, angle);
-      turn_gray(dst, src, turn);
-    } else if (turn != Turn::kOther) {
-      turn_by_pitch(dst, src, turn);
-    }
-  }
-}
-
-template void rotate(PixelRegion_<QX_FMT_RGB24>&, const PixelRegion_<QX_FMT_RGB24>&,
-                     Point2D_<float>, float);
-template void rotate(PixelRegion_<QX_FMT_ARGB>&, const PixelRegion_<QX_FMT_ARGB>&, Point2D_<float>,
-                     float);
-template void rotate(PixelRegion_<QX_FMT_GRAY>&, const PixelRegion_<QX_FMT_GRAY>&, Point2D_<float>,
-                     float);
-template void rotate(PixelRegion_<QX_FMT_NV12>&, const PixelRegion_<QX_FMT_NV12>&, Point2D_<float>,
-                     float);
-template void rotate(PixelRegion_<QX_FMT_NV21>&, const PixelRegion_<QX_FMT_NV21>&, Point2D_<float>,
-                     float);
-
-}  // namespace kel::imageprocess
+#include "core/warp_affine.h"
 
 namespace kel::imgproc {
 namespace {
 
-template <uint32_t Code>
-void rotate_views(const KelPixelRegion& dst, const KelPixelRegion& src, int angle,
-                  Point2D_<float> centre) {
-  using View = kel::imageprocess::PixelRegion_<Code>;
-  View to(dst);
-  kel::imageprocess::rotate(to, View(src), centre, static_cast<float>(angle));
+constexpr double kEpsilon = 2.220446049250313e-16;
+
+bool is_zero(double value) { return std::abs(value) <= std::abs(value) * kEpsilon; }
+
+// The whole part of angle modulo 360, with the sign of angle + 360.
+int64_t whole_angle(double angle) { return (int64_t{saturate_to_int32(angle)} + 360) % 360; }
+
+// Length of the side between two corners, in whole pixels; squares wrap at 32 bits.
+float side_length(cv::Point2f from, cv::Point2f to) {
+  const auto difference = [](float a, float b) {
+    return static_cast<uint32_t>(saturate_to_int32(a)) -
+           static_cast<uint32_t>(saturate_to_int32(b));
+  };
+  const uint32_t dx = difference(from.x, to.x);
+  const uint32_t dy = difference(from.y, to.y);
+  return static_cast<float>(saturate_to_uint32(std::sqrt(static_cast<double>(dx * dx + dy * dy))));
+}
+
+double scale_of_turned_rectangle(const Size_<int>& dst, const Size_<int>& src, double angle) {
+  const cv::Point2f centre(cv::Point((src.width - 1) / 2, (src.height - 1) / 2));
+  const cv::Size2f size(static_cast<float>(src.width), static_cast<float>(src.height));
+  std::array<cv::Point2f, 4> p;
+  cv::RotatedRect(centre, size, static_cast<float>(angle)).points(p.data());
+  const float width = std::max(side_length(p[1], p[2]), side_length(p[0], p[3]));
+  const float height = std::max(side_length(p[1], p[0]), side_length(p[2], p[3]));
+  return (static_cast<float>(dst.width) / width + static_cast<float>(dst.height) / height) * 0.5;
+}
+
+// Whether whole pixels around the points, and differences between them, fit an int.
+bool are_near(const std::array<cv::Point2f, 4>& points) {
+  constexpr float kLimit = 1 << 29;
+  return std::all_of(points.begin(), points.end(), [](cv::Point2f point) {
+    return std::abs(point.x) < kLimit && std::abs(point.y) < kLimit;
+  });
 }
 
 }  // namespace
 
-void rotate_90s(KelPixelRegion& dst, const KelPixelRegion& src, int angle, Point2D_<float> centre) {
-  switch (src.format) {
-    case QX_FMT_RGB24:
-      return rotate_views<QX_FMT_RGB24>(dst, src, angle, centre);
-    case QX_FMT_ARGB:
-      return rotate_views<QX_FMT_ARGB>(dst, src, angle, centre);
-    case QX_FMT_GRAY:
-      return rotate_views<QX_FMT_GRAY>(dst, src, angle, centre);
-    case QX_FMT_NV12:
-      return rotate_views<QX_FMT_NV12>(dst, src, angle, centre);
-    case QX_FMT_NV21:
-      return rotate_views<QX_FMT_NV21>(dst, src, angle, centre);
-    default:  // QX_FMT_ABGR has no turn
-      return;
+double get_resize_scale(const Size_<int>& dst_size, const Size_<int>& src_size, double angle) {
+  const double dw = dst_size.width;
+  const double dh = dst_size.height;
+  const double sw = src_size.width;
+  const double sh = src_size.height;
+  if (std::trunc(angle) == angle) {
+    const int64_t whole = whole_angle(angle);
+    if (whole % 90 == 0) {
+      const bool is_quarter = (whole + 360) % 180 == 90;
+      return is_quarter ? (dw / sh + dh / sw) * 0.5 : (dw / sw + dh / sh) * 0.5;
+    }
   }
+  return scale_of_turned_rectangle(dst_size, src_size, angle);
+}
+
+cv::Mat get_affine_transform(const Size_<int>& dst_size, const Size_<int>& src_size,
+                             const Point2D_<float>& centre, double angle, double scale) {
+  const auto w = static_cast<float>(src_size.width);
+  const auto h = static_cast<float>(src_size.height);
+  const cv::RotatedRect turned({centre.x, centre.y}, {w, h}, static_cast<float>(-angle));
+  std::array<cv::Point2f, 4> corners;
+  turned.points(corners.data());
+  if (!are_near(corners)) {
+    return {2, 3, CV_64F, cv::Scalar(std::numeric_limits<double>::quiet_NaN())};
+  }
+  const cv::Rect box = turned.boundingRect();
+  if (is_zero(scale)) {
+    scale = (static_cast<double>(dst_size.width) / box.width +
+             static_cast<double>(dst_size.height) / box.height) *
+            0.5;
+  }
+  const std::array<cv::Point2f, 3> from{cv::Point2f(0, h - 1), {0, 0}, {w - 1, 0}};
+  std::array<cv::Point2f, 3> to;
+  for (size_t i = 0; i < to.size(); ++i) {
+    to[i].x =
+        static_cast<float>(static_cast<double>(corners[i].x - static_cast<float>(box.x)) * scale);
+    to[i].y =
+        static_cast<float>(static_cast<double>(corners[i].y - static_cast<float>(box.y)) * scale);
+  }
+  return cv::getAffineTransform(from.data(), to.data());
+}
+
+void rotate(KelPixelRegion& dst, const KelPixelRegion& src, double angle, Point2D_<float> centre,
+            kel::imageprocess::InterpolationMethod method, int border_mode,
+            Scalar_<float> border_value, double scale) {
+  const Size_<int> dst_size{dst.width, dst.height};
+  const Size_<int> src_size{src.width, src.height};
+  if (is_zero(scale)) scale = get_resize_scale(dst_size, src_size, angle);
+  const int64_t whole = whole_angle(angle);  // its fraction does not count, 90.5 is 90
+  if (whole % 90 == 0 && std::abs(scale - 1.0) <= std::abs(scale) * kEpsilon) {
+    return rotate_90s(dst, src, static_cast<int>(whole), centre);
+  }
+  const cv::Mat matrix = get_affine_transform(dst_size, src_size, centre, -angle, scale);
+  warpAffine(dst, src, matrix, static_cast<int>(method), border_mode, border_value);
 }
 
 }  // namespace kel::imgproc

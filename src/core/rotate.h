@@ -1,33 +1,28 @@
-// Turns by right angles, without interpolation, and the gray rotation by any angle.
+// Rotation of whole images by any angle.
 #pragma once
 
-#include <cstdint>
+#include <opencv2/core/mat.hpp>
 
 #include "core/geometry_types.h"
+#include "core/interpolation.h"
 #include "core/pixel_region.h"
-
-namespace kel::imageprocess {
-
-// Turns src by the whole part of angle, in degrees clockwise; dst has the turned size, else nothing
-// is written. Angles that are not right ones go to gray_rotate_any() for gray and do nothing for
-// the other formats; centre matters there only.
-//
-// RGB24 and ARGB step rows by pitch. GRAY, NV12 and NV21 take rows as packed, but for 0 and 360.
-template <uint32_t Code>
-void rotate(PixelRegion_<Code>& dst, const PixelRegion_<Code>& src, Point2D_<float> centre,
-            float angle);
-
-// Turns src by any angle in degrees about centre (source pixels), nearest neighbour by truncation,
-// 0 outside the source. The middle of dst lies on the middle of src.
-void gray_rotate_any(PixelRegion_<QX_FMT_GRAY>& dst, const PixelRegion_<QX_FMT_GRAY>& src,
-                     Point2D_<float> centre, float angle);
-
-}  // namespace kel::imageprocess
 
 namespace kel::imgproc {
 
-// rotate() on views of the planes, by the format of src; ABGR is left alone.
-void rotate_90s(KelPixelRegion& dst, const KelPixelRegion& src, int angle,
-                Point2D_<float> centre = {});
+// The mean ratio of dst's sides to those of src turned by angle degrees: of the sides themselves,
+// not of the bounding box.
+double get_resize_scale(const Size_<int>& dst_size, const Size_<int>& src_size, double angle);
+
+// The 2 x 3 matrix that turns an image of src_size by angle degrees anticlockwise about centre,
+// scales it, and moves its bounding box to the origin. Scale 0 makes the bounding box fit dst_size.
+// The matrix is all NaN when the turned corners are not finite or too far away for whole pixels.
+cv::Mat get_affine_transform(const Size_<int>& dst_size, const Size_<int>& src_size,
+                             const Point2D_<float>& centre, double angle, double scale);
+
+// Turns src clockwise by angle degrees into dst; right angles at scale 1 move pixels unchanged,
+// all others are resampled. Scale 0 takes get_resize_scale(). border_mode is OpenCV's code.
+void rotate(KelPixelRegion& dst, const KelPixelRegion& src, double angle, Point2D_<float> centre,
+            kel::imageprocess::InterpolationMethod method, int border_mode,
+            Scalar_<float> border_value, double scale);
 
 }  // namespace kel::imgproc

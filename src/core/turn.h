@@ -1,21 +1,28 @@
-// Turns of a grid of elements of 1 to 4 bytes. Strides are bytes and may be negative.
+// Turns by right angles, without interpolation.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
+
+#include "core/geometry_types.h"
+#include "core/pixel_region.h"
 
 namespace kel::imageprocess {
 
-// dst(x, y) = src(y, x) for a src of width x height elements; dst is height x width.
-void transpose(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrdiff_t src_stride,
-               int64_t width, int64_t height, int element_bytes);
-// Its definition.
-void transpose_plain(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrdiff_t src_stride,
-                     int64_t width, int64_t height, int element_bytes);
-
-// dst(x) = src(count - 1 - x).
-void reverse_row(uint8_t* dst, const uint8_t* src, int64_t count, int element_bytes);
-// Its definition.
-void reverse_row_plain(uint8_t* dst, const uint8_t* src, int64_t count, int element_bytes);
+// Turns src by the whole part of angle, in degrees clockwise; dst has the turned size, else nothing
+// is written. Angles that are not right ones go to gray_rotate_any() for gray and do nothing for
+// the other formats; centre matters there only.
+//
+// RGB24 and ARGB step rows by pitch. GRAY, NV12 and NV21 take rows as packed, but for 0 and 360.
+template <uint32_t Code>
+void rotate(PixelRegion_<Code>& dst, const PixelRegion_<Code>& src, Point2D_<float> centre,
+            float angle);
 
 }  // namespace kel::imageprocess
+
+namespace kel::imgproc {
+
+// rotate() on views of the planes, by the format of src; ABGR is left alone.
+void rotate_90s(KelPixelRegion& dst, const KelPixelRegion& src, int angle,
+                Point2D_<float> centre = {});
+
+}  // namespace kel::imgproc

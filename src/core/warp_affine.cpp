@@ -1,9 +1,10 @@
+#include "core/warp_affine.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <opencv2/imgproc.hpp>
 
-#include "core/imgproc.h"
 #include "core/mat_view.h"
 
 namespace kel::imgproc {

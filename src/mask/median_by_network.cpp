@@ -4,7 +4,7 @@
 #include <array>
 #include <cstring>
 
-#include "core/vector_targets.h"
+#include "core/kernels/vector_targets.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "mask/median_by_network.cpp"

@@ -5,8 +5,11 @@
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 
-#include "core/imgproc.h"
+#include "core/gray_rotate_any.h"
+#include "core/resize.h"
 #include "core/rotate.h"
+#include "core/turn.h"
+#include "core/warp_affine.h"
 #include "support/targets.h"
 #include "support/test_image.h"
 

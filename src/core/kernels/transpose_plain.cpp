@@ -1,4 +1,4 @@
-#include "core/turn.h"
+#include "core/kernels/transpose.h"
 
 #include <cstring>
 
@@ -16,14 +16,6 @@ void transpose_elements(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src,
   }
 }
 
-template <size_t Bytes>
-void reverse_elements(uint8_t* dst, const uint8_t* src, int64_t count) {
-  for (int64_t x = 0; x < count; ++x) {
-    std::memcpy(dst + x * static_cast<int64_t>(Bytes),
-                src + (count - 1 - x) * static_cast<int64_t>(Bytes), Bytes);
-  }
-}
-
 }  // namespace
 
 void transpose_plain(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrdiff_t src_stride,
@@ -31,12 +23,6 @@ void transpose_plain(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptr
   constexpr decltype(&transpose_elements<1>) kBySize[]{
       transpose_elements<1>, transpose_elements<2>, transpose_elements<3>, transpose_elements<4>};
   kBySize[element_bytes - 1](dst, dst_stride, src, src_stride, width, height);
-}
-
-void reverse_row_plain(uint8_t* dst, const uint8_t* src, int64_t count, int element_bytes) {
-  constexpr decltype(&reverse_elements<1>) kBySize[]{reverse_elements<1>, reverse_elements<2>,
-                                                     reverse_elements<3>, reverse_elements<4>};
-  kBySize[element_bytes - 1](dst, src, count);
 }
 
 }  // namespace kel::imageprocess

@@ -1,13 +1,13 @@
-#include "core/vector_targets.h"
+#include "core/kernels/vector_targets.h"
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "core/transpose.cpp"
+#define HWY_TARGET_INCLUDE "core/kernels/transpose.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
 #include <cstdlib>
 
-#include "core/turn.h"
+#include "core/kernels/transpose.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kel::imageprocess::HWY_NAMESPACE {

@@ -1,11 +1,11 @@
-#include "core/vector_targets.h"
+#include "core/kernels/vector_targets.h"
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "core/gray_from_colour_row.cpp"
+#define HWY_TARGET_INCLUDE "core/kernels/gray_from_colour_row.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include "core/gray_rows.h"
+#include "core/kernels/gray_from_colour_row.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kel::imageprocess::HWY_NAMESPACE {

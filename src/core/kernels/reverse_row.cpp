@@ -1,11 +1,11 @@
-#include "core/vector_targets.h"
+#include "core/kernels/vector_targets.h"
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "core/reverse_row.cpp"
+#define HWY_TARGET_INCLUDE "core/kernels/reverse_row.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include "core/turn.h"
+#include "core/kernels/reverse_row.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kel::imageprocess::HWY_NAMESPACE {
