@@ -1,8 +1,8 @@
+#include "face/conic.h"
+
 #include <cmath>
 #include <limits>
 #include <utility>
-
-#include "face/forehead.h"
 
 #include <Eigen/SVD>  // after face/eigen.h, which configures it
 
@@ -11,8 +11,9 @@ namespace {
 
 using Coefficients = Eigen::Vector<double, 5>;
 
-// In memory of its own: a decomposition whose members get none releases them twice. Bounds of 8
-// leave the arithmetic that of an unbounded matrix; with smaller ones products take other roads.
+// Bounded, so that the decomposition allocates nothing: an allocation that fails inside it makes
+// Eigen free a block twice. Below a bound of 8 Eigen takes its product kernels for small matrices,
+// which round differently from those for unbounded ones.
 using Design = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::ColMajor, 8, 8>;
 
 Coefficients fit(const Eigen::MatrixXd& points) {
@@ -36,7 +37,7 @@ bool is_significant(double value) {
 
 }  // namespace
 
-Forehead::Conic::Conic(const Eigen::MatrixXd& points) : coefficients(fit(points)) {
+Conic::Conic(const Eigen::MatrixXd& points) : coefficients(fit(points)) {
   const double c = coefficients[2];
   const double e = coefficients[4];
   const double root = std::sqrt(std::fma(e, e, c * -4.0));
@@ -44,8 +45,7 @@ Forehead::Conic::Conic(const Eigen::MatrixXd& points) : coefficients(fit(points)
   y_minus = (-e - root) * 0.5 / c;
 }
 
-Eigen::VectorXd Forehead::Conic::operator()(const Eigen::ArrayXd& t, bool pick,
-                                            bool solve_for_x) const {
+Eigen::VectorXd Conic::operator()(const Eigen::ArrayXd& t, bool pick, bool solve_for_x) const {
   double a = coefficients[0];
   const double b = coefficients[1];
   double c = coefficients[2];

@@ -2,6 +2,8 @@
 
 #include <cassert>
 
+#include "face/conic.h"
+
 namespace mvk::face {
 namespace {
 

@@ -1,7 +1,8 @@
+#include "face/local_coord_converter.h"
+
 #include <algorithm>
 #include <cmath>
 
-#include "face/forehead.h"
 #include "face/vertex_space.h"
 
 namespace mvk::face {
@@ -14,8 +15,8 @@ LandmarkPoint scaled_pixel(LandmarkPoint vertex, uint32_t width, uint32_t height
 
 }  // namespace
 
-Forehead::LocalCoordConverter::LocalCoordConverter(LandmarkPoint first, LandmarkPoint last,
-                                                   int image_width, int image_height)
+LocalCoordConverter::LocalCoordConverter(LandmarkPoint first, LandmarkPoint last, int image_width,
+                                         int image_height)
     : width(static_cast<uint32_t>(image_width)),
       height(static_cast<uint32_t>(image_height)),
       scale(2.0 / std::max(image_width, image_height)) {
@@ -32,7 +33,7 @@ Forehead::LocalCoordConverter::LocalCoordConverter(LandmarkPoint first, Landmark
   origin << (p0.x + p1.x) * 0.5F, (p0.y + p1.y) * 0.5F;
 }
 
-Eigen::MatrixXd Forehead::LocalCoordConverter::cvt_to(const Eigen::MatrixXd& m) const {
+Eigen::MatrixXd LocalCoordConverter::cvt_to(const Eigen::MatrixXd& m) const {
   const double last_column = width - 1;
   const double last_row = height - 1;
   Eigen::MatrixXd local(2, m.cols());
@@ -47,7 +48,7 @@ Eigen::MatrixXd Forehead::LocalCoordConverter::cvt_to(const Eigen::MatrixXd& m) 
   return local;
 }
 
-Eigen::MatrixXd Forehead::LocalCoordConverter::cvt_back(const Eigen::MatrixXd& m) const {
+Eigen::MatrixXd LocalCoordConverter::cvt_back(const Eigen::MatrixXd& m) const {
   const double last_column = width - 1;
   const double last_row = height - 1;
   const double pixels_per_unit = 1.0 / scale;

@@ -3,13 +3,13 @@
 
 #include <cmath>
 
-#include "face/forehead.h"
+#include "face/conic.h"
 
 TEST(Conic, BeyondTheForehead) {
   Eigen::MatrixXd ellipse(2, 7);
   for (int i = 0; i < 7; ++i) ellipse.col(i) << std::cos(i * 0.8) + 0.1 * i, std::sin(i * 0.8);
-  mvk::face::Forehead::Conic conic(ellipse);
-  const mvk::face::Forehead::Conic mirrored(ellipse.colwise().reverse());  // x and y swapped
+  mvk::face::Conic conic(ellipse);
+  const mvk::face::Conic mirrored(ellipse.colwise().reverse());  // x and y swapped
   const Eigen::ArrayXd t = Eigen::ArrayXd::LinSpaced(9, -0.3, 0.6);
   for (const bool pick : {true, false})
     EXPECT_TRUE(conic(t, pick, false).isApprox(mirrored(t, pick, true), 1e-9));
