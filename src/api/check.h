@@ -39,7 +39,7 @@ inline constexpr FormatSet kRgb24{QX_FMT_RGB24};
 inline constexpr FormatSet kGrayOrRgb24{QX_FMT_GRAY, QX_FMT_RGB24};
 
 // Null records and null first planes, before anything else is looked at.
-inline uint32_t check_planes(std::initializer_list<const QX_OFFSCREEN*> images) {
+[[nodiscard]] inline uint32_t check_planes(std::initializer_list<const QX_OFFSCREEN*> images) {
   for (const QX_OFFSCREEN* image : images) {
     if (image == nullptr || image->plane[0] == nullptr) return MVK_BAD_ARGUMENT;
   }
@@ -48,7 +48,7 @@ inline uint32_t check_planes(std::initializer_list<const QX_OFFSCREEN*> images) 
 
 // Sizes, pitches, format and chroma plane of one image whose record and first plane exist. The
 // pitch is compared with the width in pixels for every format: callers rely on that.
-inline uint32_t check_image(const QX_OFFSCREEN& image, FormatSet accepted) {
+[[nodiscard]] inline uint32_t check_image(const QX_OFFSCREEN& image, FormatSet accepted) {
   if (image.width < 1 || image.height < 1) return MVK_BAD_ARGUMENT;
   if (image.pitch[0] < image.width) return MVK_BAD_ARGUMENT;
   if (!accepted.has(image.format)) return MVK_BAD_ARGUMENT;
@@ -60,10 +60,19 @@ inline uint32_t check_image(const QX_OFFSCREEN& image, FormatSet accepted) {
 }
 
 // Both images of an operation, the source completely before the destination.
-inline uint32_t check_pair(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src, FormatSet accepted) {
+[[nodiscard]] inline uint32_t check_pair(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src,
+                                         FormatSet accepted) {
   if (const uint32_t code = check_planes({src, dst}); code != MVK_OK) return code;
   if (const uint32_t code = check_image(*src, accepted); code != MVK_OK) return code;
   return check_image(*dst, accepted);
+}
+
+[[nodiscard]] inline uint32_t check_same_size(const QX_OFFSCREEN& a, const QX_OFFSCREEN& b) {
+  return a.width == b.width && a.height == b.height ? MVK_OK : MVK_BAD_ARGUMENT;
+}
+
+[[nodiscard]] inline uint32_t check_same_format(const QX_OFFSCREEN& a, const QX_OFFSCREEN& b) {
+  return a.format == b.format ? MVK_OK : MVK_BAD_ARGUMENT;
 }
 
 }  // namespace mvk::api

@@ -6,7 +6,8 @@
 uint32_t mvk_copy(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src) {
   using namespace mvk::api;
   if (const uint32_t code = check_planes({src, dst}); code != MVK_OK) return code;
-  if (!kMovableFormats.has(src->format) || dst->format != src->format) return MVK_BAD_ARGUMENT;
+  if (!kMovableFormats.has(src->format)) return MVK_BAD_ARGUMENT;
+  if (const uint32_t code = check_same_format(*dst, *src); code != MVK_OK) return code;
   kel::imageprocess::copy(*dst, *src);
   return MVK_OK;
 }

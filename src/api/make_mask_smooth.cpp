@@ -10,7 +10,7 @@ uint32_t mvk_make_mask_smooth(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* mask,
   if (const uint32_t code = check_image(*mask, kGray); code != MVK_OK) return code;
   if (const uint32_t code = check_image(*guide, kRgb24); code != MVK_OK) return code;
   if (const uint32_t code = check_image(*dst, kGray); code != MVK_OK) return code;
-  if (dst->width != guide->width || dst->height != guide->height) return MVK_BAD_ARGUMENT;
+  if (const uint32_t code = check_same_size(*dst, *guide); code != MVK_OK) return code;
   if (guide->width <= mask->width || guide->height <= mask->height) return MVK_BAD_ARGUMENT;
   if (mask->width > kLargestMaskSide || mask->height > kLargestMaskSide) return MVK_BAD_ARGUMENT;
   return kel::mask::mask_smooth(*mask, *dst, *guide, mode, limit, kMedianSide);

@@ -7,7 +7,7 @@
 uint32_t mvk_rotate(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src, int32_t angle) {
   using namespace mvk::api;
   if (const uint32_t code = check_pair(dst, src, kMovableFormats); code != MVK_OK) return code;
-  if (dst->format != src->format) return MVK_BAD_ARGUMENT;
+  if (const uint32_t code = check_same_format(*dst, *src); code != MVK_OK) return code;
   if (angle != 0 && angle != 90 && angle != 180 && angle != 270) return MVK_BAD_ARGUMENT;
   KelPixelRegion to = *dst;
   const KelPixelRegion from = *src;

@@ -6,6 +6,6 @@
 namespace kel::libyuv {
 
 // Converts between two colour formats; false when there is no conversion for the pair.
-bool convert_pixel_format(QX_OFFSCREEN* dst, QX_OFFSCREEN* src);
+[[nodiscard]] bool convert_pixel_format(QX_OFFSCREEN* dst, QX_OFFSCREEN* src);
 
 }  // namespace kel::libyuv

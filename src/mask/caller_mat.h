@@ -9,13 +9,6 @@
 
 namespace kel::mask {
 
-// OpenCV adds kernels to sides and multiplies them by channels in 32 bits, and refuses (or worse)
-// what does not fit. Longer sides are left alone; some filters take less (mk_blur.cpp).
-inline bool sides_fit(int64_t width, int64_t height) {
-  constexpr int64_t kLongestSide = int64_t{1} << 29;
-  return width <= kLongestSide && height <= kLongestSide;
-}
-
 inline size_t packed_size(const KelPixelRegion& region) {
   return static_cast<size_t>(region.width) * static_cast<size_t>(region.height) *
          static_cast<size_t>(imageprocess::bytes_per_pixel(region.format));

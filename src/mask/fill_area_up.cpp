@@ -1,7 +1,7 @@
 #include "mask/fill_area_up.h"
 
+#include "core/mat_view.h"
 #include "core/polygon_filler.h"
-#include "morvik/morvik.h"
 
 namespace kel::mask {
 
@@ -12,6 +12,15 @@ uint32_t fill_area_up(cv::Mat& mask, const std::vector<std::vector<cv::Point>>& 
   filler.add(contours[0]);
   filler.fill();
   return MVK_OK;
+}
+
+uint32_t fill_area_up(const KelPixelRegion& image, const TPOINT* points, uint32_t count) {
+  std::vector<std::vector<cv::Point>> contours(1);
+  contours[0].reserve(count);
+  for (uint32_t i = 0; i < count; ++i) contours[0].emplace_back(points[i].x, points[i].y);
+  cv::Mat mask = packed_mat(image, CV_8UC1);
+  mask.setTo(0);
+  return fill_area_up(mask, contours);
 }
 
 }  // namespace kel::mask

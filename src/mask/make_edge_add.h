@@ -21,7 +21,7 @@ inline constexpr int32_t kLargestRadius = 31;
 // the same size, continuous. radius: 2 to kLargestRadius pixels. Returns kUnusableSize for
 // different sizes or another radius, and MVK_BAD_ARGUMENT when there is no contour: the mask is
 // then binary.
-uint32_t make_edge_add(cv::Mat& mask, uint32_t radius, const cv::Mat& guide);
+[[nodiscard]] uint32_t make_edge_add(cv::Mat& mask, uint32_t radius, const cv::Mat& guide);
 
 // Redraws mask from its contours after moving them; contours returns the moved ones.
 void make_contour_edge(cv::Mat& mask, const cv::Mat& guide, uint32_t radius, Contours& contours,

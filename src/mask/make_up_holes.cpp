@@ -6,6 +6,7 @@
 #include "mask/binarise.h"
 #include "mask/caller_mat.h"
 #include "mask/fill_enclosed.h"
+#include "mask/opencv_limits.h"
 
 namespace kel::mask {
 namespace {

@@ -7,12 +7,13 @@
 #include "mask/binarise.h"
 #include "mask/caller_mat.h"
 #include "mask/make_edge_add.h"
-#include "mask/mk_blur.h"
+#include "mask/median.h"
+#include "mask/opencv_limits.h"
 
 namespace kel::mask {
 namespace {
 
-constexpr double kSure = 250.0;       // what the network calls inside
+constexpr double kSure = 250.0;       // pixels above this are inside
 constexpr uint32_t kSnapRadius = 12;  // working pixels
 constexpr int kFullSizeMedian = 15;   // whatever the kernel at the working size
 
@@ -30,7 +31,8 @@ void smooth_at_full_size(const cv::Mat& mask, cv::Mat& dst) {
 void snap_to_guide(cv::Mat& mask, const cv::Mat& guide) {
   cv::Mat reduced;
   cv::resize(guide, reduced, mask.size(), 0.0, 0.0, cv::INTER_LINEAR);
-  make_edge_add(mask, kSnapRadius, reduced);
+  // A mask without edges is refused and stays as it is, as it should here.
+  static_cast<void>(make_edge_add(mask, kSnapRadius, reduced));
 }
 
 }  // namespace

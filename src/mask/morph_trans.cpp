@@ -5,7 +5,7 @@
 
 #include "mask/caller_mat.h"
 #include "mask/ellipse_morph.h"
-#include "morvik/morvik.h"
+#include "mask/opencv_limits.h"
 
 namespace kel::mask {
 
@@ -13,6 +13,12 @@ namespace kel::mask {
 constexpr int kSmallestForRuns = 7;
 // OpenCV counts the bytes of the rows it keeps, three more than the kernel has, in an int.
 constexpr int kWidestForOpenCv = 1 << 27;
+
+uint32_t morph_trans(const KelPixelRegion& src, const KelPixelRegion& dst, int32_t amount) {
+  cv::Mat to = packed_mat(dst, CV_8UC1);
+  if (amount == 0) to.setTo(0);  // the only refusal that writes: amount 0 gives an empty mask
+  return morph_trans(source_mat(src, dst, CV_8UC1), to, amount);
+}
 
 uint32_t morph_trans(const cv::Mat& src, cv::Mat& dst, int32_t amount) {
   if (src.type() != CV_8UC1 || amount == 0 || dst.type() != CV_8UC1) return MVK_BAD_ARGUMENT;

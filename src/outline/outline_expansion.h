@@ -11,11 +11,12 @@ namespace outline {
 
 // Outlines of the shapes (pixels above mode->threshold) of a GRAY image, grown. Rows are packed:
 // the pitch is not used. `result` holds nothing before. Returns MVK_OK or MVK_NOT_FOUND.
-uint32_t outline_expansion(KelPixelRegion image, const MKOutlineMode* mode, MKGetOutline* result);
+[[nodiscard]] uint32_t outline_expansion(KelPixelRegion image, const MKOutlineMode* mode,
+                                         MKGetOutline* result);
 
 // The same for a plane of gray bytes, rows by pitch.
-uint32_t outline_expansion(const kel::imageprocess::Plane& gray, const MKOutlineMode* mode,
-                           MKGetOutline* result);
+[[nodiscard]] uint32_t outline_expansion(const kel::imageprocess::Plane& gray,
+                                         const MKOutlineMode* mode, MKGetOutline* result);
 
 // Paints the contours, grown as mode->mode says, as shape into a framed image (trace_contours.h),
 // and smooths what is painted there. Replaces the contours by their hulls or moves them where the

@@ -13,6 +13,7 @@ void release_outlines(const MKGetOutline& result);
 // Traces the shapes of a framed image (trace_contours.h) into `result`, which holds nothing before.
 // Returns MVK_OK or, without any contour, MVK_NOT_FOUND. When memory fails half-way the record
 // holds the outlines stored so far, and none for the rest.
-uint32_t get_contours_outline(cv::Mat& image, MKGetOutline* result, const MKOutlineMode* mode);
+[[nodiscard]] uint32_t get_contours_outline(cv::Mat& image, MKGetOutline* result,
+                                            const MKOutlineMode* mode);
 
 }  // namespace outline
