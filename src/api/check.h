@@ -16,7 +16,7 @@ namespace mvk::api {
 class FormatSet {
  public:
   constexpr FormatSet(std::initializer_list<uint32_t> codes) {
-    for (const uint32_t code : codes) codes_[count_++] = code;
+    for (const uint32_t code : codes) add(code);
   }
   constexpr bool has(uint32_t code) const {
     for (size_t i = 0; i < count_; ++i) {
@@ -24,16 +24,26 @@ class FormatSet {
     }
     return false;
   }
+  constexpr void add(uint32_t code) { codes_[count_++] = code; }
 
  private:
   std::array<uint32_t, kel::imageprocess::kFormats.size()> codes_{};
   size_t count_ = 0;
 };
 
-inline constexpr FormatSet kAnyFormat{QX_FMT_RGB24, QX_FMT_ARGB, QX_FMT_ABGR,
-                                      QX_FMT_GRAY,  QX_FMT_NV12, QX_FMT_NV21};
-inline constexpr FormatSet kMovableFormats{QX_FMT_RGB24, QX_FMT_ARGB, QX_FMT_GRAY, QX_FMT_NV12,
-                                           QX_FMT_NV21};
+// Rows of the format table.
+template <typename Predicate>
+constexpr FormatSet formats_where(Predicate accepts) {
+  FormatSet set{};
+  for (const kel::imageprocess::FormatTraits& format : kel::imageprocess::kFormats) {
+    if (accepts(format)) set.add(format.code);
+  }
+  return set;
+}
+
+inline constexpr FormatSet kAnyFormat = formats_where([](const auto&) { return true; });
+inline constexpr FormatSet kMovableFormats =
+    formats_where([](const auto& format) { return format.can_be_moved; });
 inline constexpr FormatSet kGray{QX_FMT_GRAY};
 inline constexpr FormatSet kRgb24{QX_FMT_RGB24};
 inline constexpr FormatSet kGrayOrRgb24{QX_FMT_GRAY, QX_FMT_RGB24};

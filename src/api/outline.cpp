@@ -37,9 +37,7 @@ uint32_t mvk_outline_expansion(void* handle, const QX_OFFSCREEN* image, const MK
     case QX_FMT_GRAY:
       return outline::outline_expansion(*image, mode, result);
     case QX_FMT_NV21:  // all of the Y plane, an odd last row and column too
-      return outline::outline_expansion(
-          kel::imageprocess::Plane(image->plane[0], image->width, image->height, image->pitch[0]),
-          mode, result);
+      return outline::outline_expansion(kel::imageprocess::first_plane(*image), mode, result);
     default:
       return MVK_BAD_ARGUMENT;
   }

@@ -49,7 +49,7 @@ void colour_from_gray_row(uint8_t* dst, const uint8_t* src, int64_t count, int b
 template <uint32_t Code>
 void gray_to_colour(const KelPixelRegion& dst, const KelPixelRegion& src) {
   constexpr int kBytes = bytes_per_pixel(Code);
-  cv::Mat to = first_plane_mat(dst, CV_8UC(kBytes));
+  cv::Mat to = first_plane_mat(dst, matrix_type(Code));
   const cv::Mat from = plane_mat(src.plane[0], dst.width, dst.height, src.pitch[0], CV_8UC1);
   if (to.empty() || from.empty()) {
     for_each_row(PixelRegion_<Code>(dst), PixelRegion_<QX_FMT_GRAY>(src), kBytes,

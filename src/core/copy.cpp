@@ -6,15 +6,12 @@
 namespace kel::imageprocess {
 namespace {
 
-template <uint32_t Code>
-void copy_single_plane(const KelPixelRegion& dst, const KelPixelRegion& src) {
-  PixelRegion_<Code> to(dst);
-  PixelRegion_<Code> from(src);
+void copy_single_plane(Plane dst, Plane src) {
   // Row lengths are compared as 32-bit values; where they agree only so, the shorter row counts.
-  if (static_cast<uint32_t>(to.plane.row_bytes) == static_cast<uint32_t>(from.plane.row_bytes)) {
-    to.plane.row_bytes = from.plane.row_bytes = std::min(to.plane.row_bytes, from.plane.row_bytes);
+  if (static_cast<uint32_t>(dst.row_bytes) == static_cast<uint32_t>(src.row_bytes)) {
+    dst.row_bytes = src.row_bytes = std::min(dst.row_bytes, src.row_bytes);
   }
-  copy_plane(to.plane, from.plane);
+  copy_plane(dst, src);
 }
 
 }  // namespace
@@ -42,21 +39,12 @@ PixelRegion2P422_Impl& PixelRegion2P422_Impl::copy(const PixelRegion2P422_Impl& 
 }
 
 void copy(KelPixelRegion dst, KelPixelRegion src) {
-  switch (src.format) {
-    case QX_FMT_RGB24:
-      return copy_single_plane<QX_FMT_RGB24>(dst, src);
-    case QX_FMT_ARGB:
-      return copy_single_plane<QX_FMT_ARGB>(dst, src);
-    case QX_FMT_GRAY:
-      return copy_single_plane<QX_FMT_GRAY>(dst, src);
-    case QX_FMT_NV12:
-    case QX_FMT_NV21: {
-      PixelRegion2P422_Impl to(dst);
-      to.copy(PixelRegion2P422_Impl(src));
-      return;
-    }
-    default:  // QX_FMT_ABGR has no copy
-      return;
+  if (!can_be_moved(src.format)) return;
+  dst.format = src.format;  // both are seen as the source's format
+  if (is_two_plane(src.format)) {
+    PixelRegion2P422_Impl(dst).copy(PixelRegion2P422_Impl(src));
+  } else {
+    copy_single_plane(first_plane(dst), first_plane(src));
   }
 }
 

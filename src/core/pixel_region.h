@@ -61,6 +61,12 @@ struct Plane {
   }
 };
 
+// Plane 0 of a region. Of a two-plane format all of Y, an odd last row and column too.
+inline Plane first_plane(const KelPixelRegion& region) {
+  return {region.plane[0], int64_t{region.width} * bytes_per_pixel(region.format), region.height,
+          region.pitch[0]};
+}
+
 // View of a single-plane image, typed by its format code.
 template <uint32_t Code>
 struct PixelRegion_ {

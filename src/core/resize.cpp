@@ -87,11 +87,9 @@ void resize_plane(cv::Mat dst, const cv::Mat& src, int method) {
   }
 }
 
-// Codes without a type of their own count as one byte per pixel, ABGR too.
+// Formats that are not moved count as one byte per pixel.
 int plane_type(uint32_t format) {
-  if (format == QX_FMT_RGB24) return CV_8UC3;
-  if (format == QX_FMT_ARGB) return CV_8UC4;
-  return CV_8UC1;
+  return kel::imageprocess::can_be_moved(format) ? matrix_type(format) : CV_8UC1;
 }
 
 }  // namespace

@@ -39,11 +39,6 @@ void warp_plane(cv::Mat dst, const cv::Mat& src, const cv::Mat& matrix, const Wa
   cv::warpAffine(src, dst, matrix, dst.size(), warp.flags, warp.border_mode, warp.border_value);
 }
 
-void warp_first(KelPixelRegion& dst, const KelPixelRegion& src, int type, const cv::Mat& matrix,
-                const Warp& warp) {
-  warp_plane(first_plane_mat(dst, type), first_plane_mat(src, type), matrix, warp);
-}
-
 void warp_chroma(KelPixelRegion& dst, const KelPixelRegion& src, const cv::Mat& matrix,
                  const Warp& warp) {
   cv::Mat halved = matrix.clone();
@@ -56,23 +51,13 @@ void warp_chroma(KelPixelRegion& dst, const KelPixelRegion& src, const cv::Mat& 
 
 void warpAffine(KelPixelRegion& dst, const KelPixelRegion& src, const cv::Mat& matrix, int flags,
                 int border_mode, Scalar_<float> border_value) {
+  if (!kel::imageprocess::can_be_moved(src.format)) return;
   if (!is_finite(matrix) || !fits(dst, src)) return;
   const float* border = border_value.v;
   const Warp warp{flags, border_mode, cv::Scalar(border[0], border[1], border[2], border[3])};
-  switch (src.format) {
-    case QX_FMT_GRAY:
-      return warp_first(dst, src, CV_8UC1, matrix, warp);
-    case QX_FMT_RGB24:
-      return warp_first(dst, src, CV_8UC3, matrix, warp);
-    case QX_FMT_ARGB:
-      return warp_first(dst, src, CV_8UC4, matrix, warp);
-    case QX_FMT_NV12:
-    case QX_FMT_NV21:
-      warp_first(dst, src, CV_8UC1, matrix, warp);
-      return warp_chroma(dst, src, matrix, warp);
-    default:  // QX_FMT_ABGR has no warp
-      return;
-  }
+  const int type = matrix_type(src.format);
+  warp_plane(first_plane_mat(dst, type), first_plane_mat(src, type), matrix, warp);
+  if (kel::imageprocess::is_two_plane(src.format)) warp_chroma(dst, src, matrix, warp);
 }
 
 }  // namespace kel::imgproc

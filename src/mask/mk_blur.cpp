@@ -42,9 +42,10 @@ uint32_t mk_blur(const KelPixelRegion& src, const KelPixelRegion& dst, uint32_t 
   if (src.format != QX_FMT_GRAY && src.format != QX_FMT_RGB24) return MVK_BAD_ARGUMENT;
   if (type > MKBlur::Bilateral || dst.format != src.format) return MVK_BAD_ARGUMENT;
   if (!sides_fit(src.width, src.height)) return MVK_OK;
-  const int pixel = src.format == QX_FMT_GRAY ? CV_8UC1 : CV_8UC3;
-  cv::Mat out = packed_mat(dst, pixel);
-  use_blur(source_mat(src, dst, pixel), out, static_cast<int32_t>(ksize), type, param1, param2);
+  const int pixel_type = matrix_type(src.format);
+  cv::Mat out = packed_mat(dst, pixel_type);
+  use_blur(source_mat(src, dst, pixel_type), out, static_cast<int32_t>(ksize), type, param1,
+           param2);
   return MVK_OK;
 }
 
