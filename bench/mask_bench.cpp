@@ -56,7 +56,7 @@ void add_mask_smooth(const std::string& name, const Image& mask, bench::Size siz
   const std::string operation =
       "mask smooth, " + name + ", limit " + std::to_string(limit) + (mode == 1 ? ", snapping" : "");
   bench::add(operation, size, "morvik",
-             [=] { mvk_make_mask_smooth(&*dst, &*mask, &*guide, mode, limit); });
+             [=] { mvk_make_mask_smooth(dst->get(), mask->get(), guide->get(), mode, limit); });
   bench::add(operation, size, kAsWritten, [=] {
     as_written::write_back(*dst,
                            as_written::smooth_mask(as_written::block(*mask), *guide, mode, limit));
@@ -66,7 +66,7 @@ void add_mask_smooth(const std::string& name, const Image& mask, bench::Size siz
 void add_morph(const std::string& name, const Image& src, int amount) {
   const Image dst = like(src);
   const std::string operation = "morphology, " + name + ", amount " + std::to_string(amount);
-  bench::add(operation, size_of(src), "morvik", [=] { mvk_mask_morph(&*dst, &*src, amount); });
+  bench::add(operation, size_of(src), "morvik", [=] { mvk_mask_morph(dst->get(), src->get(), amount); });
   bench::add(operation, size_of(src), "cv::morphologyEx", [=] {
     const cv::Mat in(src->height(), src->width(), CV_8UC1, src->row(0));
     cv::Mat out(src->height(), src->width(), CV_8UC1, dst->row(0));
@@ -84,7 +84,7 @@ void add_smooth(const std::string& name, const Image& src, int ksize, MKBlur typ
   const std::string operation = std::string(kNames.at(static_cast<size_t>(type))) + " of " + name +
                                 ", kernel " + std::to_string(ksize);
   bench::add(operation, size_of(src), "morvik",
-             [=] { mvk_smooth(&*src, &*dst, side, type, 0, 20, 20); });
+             [=] { mvk_smooth(src->get(), dst->get(), side, type, 0, 20, 20); });
   bench::add(operation, size_of(src), "OpenCV", [=] {
     const int pixel = src->descriptor().format == QX_FMT_GRAY ? CV_8UC1 : CV_8UC3;
     const cv::Mat in(src->height(), src->width(), pixel, src->row(0));
@@ -96,7 +96,7 @@ void add_smooth(const std::string& name, const Image& src, int ksize, MKBlur typ
 void add_holes(const std::string& name, const Image& src) {
   const Image dst = like(src);
   const std::string operation = "fill holes, " + name;
-  bench::add(operation, size_of(src), "morvik", [=] { mvk_make_up_holes(&*dst, &*src, 127); });
+  bench::add(operation, size_of(src), "morvik", [=] { mvk_make_up_holes(dst->get(), src->get(), 127); });
   bench::add(operation, size_of(src), kAsWritten, [=] {
     as_written::write_back(*dst, as_written::fill_holes(as_written::block(*src), 127));
   });
@@ -112,7 +112,7 @@ void add_area(bench::Size size) {
     points.push_back({contour.back().x, contour.back().y});
   }
   bench::add("fill area, 200 points", size, "morvik", [=] {
-    mvk_fill_area_up(&*image, static_cast<uint32_t>(points.size()), points.data());
+    mvk_fill_area_up(image->get(), static_cast<uint32_t>(points.size()), points.data());
   });
   bench::add("fill area, 200 points", size, kAsWritten, [=] {
     as_written::write_back(*image, as_written::fill_area(size.width, size.height, contour));
@@ -123,7 +123,7 @@ void add_roi(const std::string& name, const Image& image) {
   const auto rect = std::make_shared<MKRect>();
   const std::string operation = "bounding box, " + name;
   bench::add(operation, size_of(image), "morvik",
-             [=] { mvk_get_mask_roi(&*image, rect.get(), 127); });
+             [=] { mvk_get_mask_roi(image->get(), rect.get(), 127); });
   bench::add(operation, size_of(image), "plain loop",
              [=] { benchmark::DoNotOptimize(as_written::box(*image, 127)); });
 }

@@ -34,8 +34,9 @@ void add(const std::string& name, const Image& image, const MKOutlineMode& mode)
                                 std::to_string(mode.smooth_level);
   const bench::Size size{image->width(), image->height()};
   const auto service = std::make_shared<Service>();
-  bench::add(operation, size, "morvik",
-             [=] { mvk_outline_expansion(service->handle, &*image, &mode, &service->record); });
+  bench::add(operation, size, "morvik", [=] {
+    mvk_outline_expansion(service->handle, image->get(), &mode, &service->record);
+  });
   bench::add(operation, size, "as written", [=] { as_written::outlines(*image, mode); });
   if (mode.mode != MK_OMODE_STROKE || mode.smooth_level != 0) return;
   bench::add(operation, size, "cv::dilate, cv::findContours", [=] {

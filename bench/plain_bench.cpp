@@ -42,7 +42,7 @@ std::string format(uint32_t code) { return test::format_name(code); }
 void add_rotation(Size size, uint32_t code, int angle) {
   const Pair pair = make_pair(size, code, code, angle != 180);
   const std::string name = "turn " + std::to_string(angle) + ' ' + format(code);
-  bench::add(name, size, "morvik", [=] { mvk_rotate(&pair->dst, &pair->src, angle); });
+  bench::add(name, size, "morvik", [=] { mvk_rotate(pair->dst.get(), pair->src.get(), angle); });
   const auto mode = static_cast<libyuv::RotationMode>(angle);
   QX_OFFSCREEN& s = pair->src.descriptor();
   QX_OFFSCREEN& d = pair->dst.descriptor();
@@ -90,7 +90,7 @@ template <typename Peer>
 void add_conversion(Size size, uint32_t to, uint32_t from, const std::string& who, Peer peer) {
   const Pair pair = make_pair(size, to, from);
   const std::string name = format(to) + " <- " + format(from);
-  bench::add(name, size, "morvik", [=] { mvk_convert(&pair->dst, &pair->src); });
+  bench::add(name, size, "morvik", [=] { mvk_convert(pair->dst.get(), pair->src.get()); });
   bench::add(name, size, who, [=] { peer(*pair); });
 }
 
@@ -174,7 +174,7 @@ void add_colour_conversions(Size size) {
 void add_copy(Size size, uint32_t code, int padding) {
   const Pair pair = make_pair(size, code, code, false, padding);
   const std::string name = (padding != 0 ? "copy padded " : "copy packed ") + format(code);
-  bench::add(name, size, "morvik", [=] { mvk_copy(&pair->dst, &pair->src); });
+  bench::add(name, size, "morvik", [=] { mvk_copy(pair->dst.get(), pair->src.get()); });
   bench::add(name, size, "memcpy", [=] {
     const QX_OFFSCREEN& s = pair->src.descriptor();
     if (padding == 0) {
@@ -195,7 +195,7 @@ void add_resize(Size size, uint32_t code, uint32_t method) {
     cv::Mat result = mat(pair->dst, plane, type);
     cv::resize(mat(pair->src, plane, type), result, result.size(), 0, 0, static_cast<int>(method));
   };
-  bench::add(name, size, "morvik", [=] { mvk_resize(&pair->dst, &pair->src, method); });
+  bench::add(name, size, "morvik", [=] { mvk_resize(pair->dst.get(), pair->src.get(), method); });
   bench::add(name, size, "cv::resize", [=] {
     if (code == QX_FMT_NV21) {
       scale(0, CV_8UC1);

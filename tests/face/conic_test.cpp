@@ -5,6 +5,8 @@
 
 #include "face/conic.h"
 
+namespace {
+
 TEST(Conic, BeyondTheForehead) {
   Eigen::MatrixXd ellipse(2, 7);
   for (int i = 0; i < 7; ++i) ellipse.col(i) << std::cos(i * 0.8) + 0.1 * i, std::sin(i * 0.8);
@@ -20,3 +22,5 @@ TEST(Conic, BeyondTheForehead) {
     EXPECT_EQ(conic(Eigen::ArrayXd::Constant(1, -0.5), true, true)[0], 0.0);
   }
 }
+
+}  // namespace

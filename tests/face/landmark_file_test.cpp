@@ -20,11 +20,15 @@ using namespace std::string_literals;
 const std::string kFile = testing::TempDir() + "morvik_landmarks_" + std::to_string(getpid());
 const char* const kPath = kFile.c_str();
 
+// Any number but 0 says yes.
+int is_float(const std::vector<float>&) { return 2; }
+int is_float(const std::vector<int32_t>&) { return 0; }
+
 template <typename T>
 void expect_written(const std::vector<T>& values, int dims, char separator,
                     const std::string& expected) {
   const int count = static_cast<int>(values.size()) / (dims == 3 ? 3 : 2);
-  mvk_write_landmarks(values.data(), count, kPath, 2 * std::is_same_v<T, float>, dims, separator);
+  mvk_write_landmarks(values.data(), count, kPath, is_float(values), dims, separator);
   std::ifstream in(kPath, std::ios::binary);
   EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), expected);
   std::filesystem::remove(kPath);
@@ -36,7 +40,7 @@ void expect_read(const std::string& text, int dims, char separator, int count,
                  const std::vector<T>& expected) {
   std::ofstream(kPath, std::ios::binary) << text;
   std::vector<T> values(expected.size(), T{-7});
-  mvk_read_landmarks(values.data(), count, kPath, 2 * std::is_same_v<T, float>, dims, separator);
+  mvk_read_landmarks(values.data(), count, kPath, is_float(values), dims, separator);
   EXPECT_EQ(values, expected) << text;
   std::filesystem::remove(kPath);
 }

@@ -36,7 +36,7 @@ void expect_roi(const TestImage& image, uint32_t level) {
   const bool found = edges.x != INT_MAX;
   if (!found) edges = {};
   MKRect rect{9, 9, 9, 9};
-  ASSERT_EQ(mvk_get_mask_roi(&image, &rect, level), found ? MVK_OK : MVK_NOT_FOUND) << image;
+  ASSERT_EQ(mvk_get_mask_roi(image.get(), &rect, level), found ? MVK_OK : MVK_NOT_FOUND) << image;
   const auto got = cv::Rect2i(int(rect.left), int(rect.top), int(rect.right), int(rect.bottom));
   ASSERT_EQ(got, edges) << image << " level " << level;
 }

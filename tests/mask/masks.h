@@ -50,7 +50,7 @@ void expect_result(const cv::Mat& expected, const std::string& what, Call call) 
   const TestImage dst(format, expected.cols, expected.rows, 3, 0, 2);
   const TestImage wanted = dst.clone();
   as_written::write_back(wanted, expected);
-  ASSERT_EQ(call(&dst), MVK_OK) << what;
+  ASSERT_EQ(call(dst.get()), MVK_OK) << what;
   ASSERT_TRUE(dst == wanted) << dst << ' ' << what;
 }
 
@@ -59,10 +59,10 @@ template <typename Call>
 void expect_filtered(const TestImage& src, const cv::Mat& expected, int parameter, Call call) {
   const std::string what = "parameter " + std::to_string(parameter);
   on_every_target([&] {
-    expect_result(expected, what, [&](const QX_OFFSCREEN* dst) { return call(dst, &src); });
+    expect_result(expected, what, [&](const QX_OFFSCREEN* dst) { return call(dst, src.get()); });
     TestImage both = src.clone();
     both.descriptor().pitch[0] += 5;  // rows are packed all the same
-    ASSERT_EQ(call(&both, &both), MVK_OK) << what;
+    ASSERT_EQ(call(both.get(), both.get()), MVK_OK) << what;
     ASSERT_EQ(cv::norm(as_written::block(both), expected), 0.0) << both << " in place, " << what;
   });
 }

@@ -13,32 +13,35 @@ void expect_smooth_mask(TestImage mask, TestImage guide, uint32_t mode, uint32_t
   mask.descriptor().pitch[0] += 3;  // rows are packed all the same
   guide.descriptor().pitch[0] += 5;
   const auto call = [&](const QX_OFFSCREEN* dst) {
-    return mvk_make_mask_smooth(dst, &mask, &guide, mode, limit);
+    return mvk_make_mask_smooth(dst, mask.get(), guide.get(), mode, limit);
   };
   if (!expected.empty()) {
     return test::expect_result(expected, "limit " + std::to_string(limit), call);
   }
   const TestImage dst(QX_FMT_GRAY, guide.width(), guide.height());
   const TestImage before = dst.clone();
-  EXPECT_EQ(call(&dst), MVK_BAD_ARGUMENT);
+  EXPECT_EQ(call(dst.get()), MVK_BAD_ARGUMENT);
   EXPECT_TRUE(dst == before);
+}
+
+void expect_smooth_masks(const TestImage& mask, const cv::Mat& photo, cv::Size size) {
+  const TestImage guide(QX_FMT_RGB24, size.width, size.height);
+  cv::Mat scaled(size, CV_8UC3, guide.descriptor().plane[0]);
+  cv::resize(photo, scaled, size);
+  const auto side = static_cast<uint32_t>(std::max(size.width, size.height));
+  for (const uint32_t limit : {100U, 128U, 300U, 511U, side - 1, side, UINT32_MAX}) {
+    for (const uint32_t mode : {0U, 1U, 2U}) {
+      expect_smooth_mask(mask.clone(), guide.clone(), mode, limit);
+    }
+  }
 }
 
 TEST(MaskSmooth, Samples) {
   for (const std::string name : {"collins", "collins_tilted", "hopper"}) {
     const TestImage mask = test::sample_mask(name + "_mask_256x256.png");
     const cv::Mat photo = as_written::block(test::sample_photo(name + ".jpg"));
-    for (const cv::Size size : {photo.size(), cv::Size(1920, 1080)}) {
-      const TestImage guide(QX_FMT_RGB24, size.width, size.height);
-      cv::Mat scaled(size, CV_8UC3, guide.descriptor().plane[0]);
-      cv::resize(photo, scaled, size);
-      const auto side = static_cast<uint32_t>(std::max(size.width, size.height));
-      for (const uint32_t limit : {100U, 128U, 300U, 511U, side - 1, side, UINT32_MAX}) {
-        for (const uint32_t mode : {0U, 1U, 2U}) {
-          expect_smooth_mask(mask.clone(), guide.clone(), mode, limit);
-        }
-      }
-    }
+    expect_smooth_masks(mask, photo, photo.size());
+    expect_smooth_masks(mask, photo, {1920, 1080});
   }
 }
 

@@ -65,7 +65,7 @@ class Outline : public testing::Test {
 
   // The call is made with a filled record. Null records come first: then nothing is touched.
   void expect_emptied(uint32_t code, const QX_OFFSCREEN* image, const MKOutlineMode* mode) {
-    ASSERT_EQ(mvk_outline_expansion(handle_, &good_image_, &kGood, &record_), MVK_OK);
+    ASSERT_EQ(mvk_outline_expansion(handle_, good_image_.get(), &kGood, &record_), MVK_OK);
     EXPECT_EQ(mvk_outline_expansion(nullptr, image, mode, &record_), MVK_NULL_RECORD);
     EXPECT_NE(record_.contour_count, 0U);
     EXPECT_EQ(mvk_outline_expansion(handle_, image, mode, nullptr), MVK_NULL_RECORD);
@@ -154,7 +154,7 @@ TEST_F(Outline, RefusedCallsEmptyTheRecord) {
   expect_emptied(MVK_NULL_RECORD, nullptr, nullptr);
   TestImage ground(QX_FMT_GRAY, 40, 40);
   ground.fill(253);
-  expect_emptied(MVK_NOT_FOUND, &ground, &kGood);
+  expect_emptied(MVK_NOT_FOUND, ground.get(), &kGood);
 }
 
 // The pointers of a record that counts nothing mean nothing; of one that counts, null is skipped.
@@ -162,13 +162,13 @@ TEST_F(Outline, PointersOfRecordsAsTheyCome) {
   uint32_t some = 0;
   int32_t* others = nullptr;
   MKGetOutline record{0, &some, &others};
-  EXPECT_EQ(mvk_outline_expansion(handle_, &good_image_, nullptr, &record), MVK_NULL_RECORD);
+  EXPECT_EQ(mvk_outline_expansion(handle_, good_image_.get(), nullptr, &record), MVK_NULL_RECORD);
   EXPECT_EQ(record.point_counts, &some);
   EXPECT_EQ(record.points, &others);
-  EXPECT_EQ(mvk_outline_expansion(handle_, &good_image_, &kGood, &record), MVK_OK);
+  EXPECT_EQ(mvk_outline_expansion(handle_, good_image_.get(), &kGood, &record), MVK_OK);
   mvk_outline_destroy(nullptr, &record);
   record = {3, nullptr, nullptr};
-  EXPECT_EQ(mvk_outline_expansion(handle_, &good_image_, &kGood, &record), MVK_OK);
+  EXPECT_EQ(mvk_outline_expansion(handle_, good_image_.get(), &kGood, &record), MVK_OK);
   const MKGetOutline before = record;
   mvk_outline_destroy(nullptr, &record);
   EXPECT_EQ(record.contour_count, before.contour_count);

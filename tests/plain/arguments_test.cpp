@@ -35,7 +35,7 @@ void expect_refusals(const Function& function, const Formats& formats) {
     const int side = function.images == 3 && i == 1 ? 7 : 8;
     uint8_t* start = images[i].row(0);
     images[i].descriptor() = {formats[i], side, side, {start, start + 256}, {32, 32}};
-    given[i] = &images[i];
+    given[i] = images[i].get();
   }
   const TestImage before = images[0].clone();
   const auto expect_refused = [&](const char* what) {
@@ -52,7 +52,7 @@ void expect_refusals(const Function& function, const Formats& formats) {
   for (size_t i = 0; i < function.images; ++i) {
     given[i] = nullptr;
     expect_refused("null record");
-    given[i] = &images[i];
+    given[i] = images[i].get();
     const QX_OFFSCREEN good = images[i];
     for (const test::BrokenField& field : fields) {
       field.break_it(images[i].descriptor());
@@ -105,28 +105,32 @@ TEST(Arguments, Values) {
   TestImage dst(QX_FMT_GRAY, 9, 6, 0, 0, 2);
   const TestImage before = dst.clone();
   for (const int value : {-270, -201, 201, 271, 360, 450, INT32_MIN, INT32_MAX}) {
-    EXPECT_EQ(mvk_rotate(&dst, &src, value), kRefused) << value;
-    EXPECT_EQ(mvk_mask_morph(&dst, &src, value), kRefused) << value;
+    EXPECT_EQ(mvk_rotate(dst.get(), src.get(), value), kRefused) << value;
+    EXPECT_EQ(mvk_mask_morph(dst.get(), src.get(), value), kRefused) << value;
   }
   for (const uint32_t value : {255U, 256U, UINT32_MAX}) {
-    EXPECT_EQ(mvk_resize(&dst, &src, value - 251), kRefused) << value;
-    EXPECT_EQ(mvk_make_up_holes(&dst, &src, value), kRefused) << value;
-    EXPECT_EQ(mvk_smooth(&src, &dst, 3, static_cast<MKBlur>(value - 251), 0, 0, 0), kRefused);
+    EXPECT_EQ(mvk_resize(dst.get(), src.get(), value - 251), kRefused) << value;
+    EXPECT_EQ(mvk_make_up_holes(dst.get(), src.get(), value), kRefused) << value;
+    EXPECT_EQ(mvk_smooth(src.get(), dst.get(), 3, static_cast<MKBlur>(value - 251), 0, 0, 0),
+              kRefused);
   }
   for (const uint32_t ksize : {0U, 2U, 200U, 201U, UINT32_MAX}) {
-    EXPECT_EQ(mvk_smooth(&src, &dst, ksize, MKBlur::Mean, 0, 0, 0), kRefused) << ksize;
+    EXPECT_EQ(mvk_smooth(src.get(), dst.get(), ksize, MKBlur::Mean, 0, 0, 0), kRefused) << ksize;
     EXPECT_EQ(kel::mask::mask_smooth(src, dst, src, 0, 8, ksize), 7U) << ksize;
   }
-  EXPECT_EQ(mvk_fill_area_up(&dst, 3, nullptr), kRefused);
-  for (const uint32_t level : {0U, 255U}) EXPECT_EQ(mvk_get_mask_roi(&src, &rect, level), kRefused);
-  EXPECT_EQ(mvk_get_mask_roi(&src, nullptr, 5), kRefused);
+  EXPECT_EQ(mvk_fill_area_up(dst.get(), 3, nullptr), kRefused);
+  for (const uint32_t level : {0U, 255U})
+    EXPECT_EQ(mvk_get_mask_roi(src.get(), &rect, level), kRefused);
+  EXPECT_EQ(mvk_get_mask_roi(src.get(), nullptr, 5), kRefused);
   EXPECT_TRUE(dst == before);
-  EXPECT_EQ(mvk_mask_morph(&dst, &src, 0), kRefused);  // the only refusal that writes
+  EXPECT_EQ(mvk_mask_morph(dst.get(), src.get(), 0), kRefused);  // the only refusal that writes
   EXPECT_TRUE(dst == TestImage::gray(9, 6, std::vector<uint8_t>(54)));
   const TestImage photo(QX_FMT_RGB24, 522, 522);
   const TestImage large(QX_FMT_GRAY, 522, 522);
   for (const auto& [w, h, code] : {std::tuple{521, 2, 2U}, {2, 521, 2U}, {520, 520, 0U}}) {
-    EXPECT_EQ(mvk_make_mask_smooth(&large, &TestImage(QX_FMT_GRAY, w, h), &photo, 0, 600), code);
+    EXPECT_EQ(
+        mvk_make_mask_smooth(large.get(), TestImage(QX_FMT_GRAY, w, h).get(), photo.get(), 0, 600),
+        code);
   }
 }
 

@@ -109,10 +109,12 @@ TEST(FailingMemory, NothingLeaksAndRecordsStayWhole) {
         // OpenCV's error state is set up once and stays; a leak comes back.
         run_refusing(scene, i / 2, last);
         if (watch.live != 0) run_refusing(scene, i / 2, last);
-        ASSERT_EQ(watch.live, 0) << scene.name << " leaks when allocation " << i / 2 << " fails";
+        ASSERT_EQ(watch.live, 0) << scene.description() << " leaks when allocation " << i / 2
+                                 << " fails";
       }
-      EXPECT_EQ(run_refusing(scene, LONG_MAX, LONG_MAX), expected) << scene.name << " kept a trace";
-      ASSERT_EQ(watch.live, 0) << scene.name << " leaks";
+      EXPECT_EQ(run_refusing(scene, LONG_MAX, LONG_MAX), expected)
+          << scene.description() << " kept a trace";
+      ASSERT_EQ(watch.live, 0) << scene.description() << " leaks";
     }
   }
   EXPECT_GT(refusals, 1000);

@@ -59,13 +59,13 @@ TEST(OddValues, TakeNoLongerThanOthers) {
   TestImage out(QX_FMT_GRAY, kW, kH);
   compare("polygon far outside", std::vector<TPOINT>{{kW / 2, 10}, {kW, kH}, {0, kH / 2}},
           std::vector<TPOINT>{{kW / 2, INT_MIN}, {INT_MAX, kH}, {INT_MIN, kH / 2}},
-          [&](const auto& points) { mvk_fill_area_up(&out, 3, points.data()); });
+          [&](const auto& points) { mvk_fill_area_up(out.get(), 3, points.data()); });
   compare("sigmas of 2^32 - 1", 5U, UINT32_MAX, [&](uint32_t sigma) {
-    mvk_smooth(&mask.descriptor(), &out, 9, MKBlur::Gaussian, 0, sigma, sigma);
-    mvk_smooth(&mask.descriptor(), &out, 9, MKBlur::Bilateral, 0, sigma, sigma);
+    mvk_smooth(&mask.descriptor(), out.get(), 9, MKBlur::Gaussian, 0, sigma, sigma);
+    mvk_smooth(&mask.descriptor(), out.get(), 9, MKBlur::Bilateral, 0, sigma, sigma);
   });
   compare("mask of four pixels", small.descriptor(), tiny.descriptor(), [&](const auto& from) {
-    mvk_make_mask_smooth(&out, &from, &guide.descriptor(), 1, 1919);
+    mvk_make_mask_smooth(out.get(), &from, &guide.descriptor(), 1, 1919);
   });
   compare("huge landmarks", 1, INT_MAX / 300, [](int scale) {
     std::vector<int32_t> points;

@@ -63,6 +63,7 @@ void set_convert(Scene& s) {
 void set_resize(Scene& s) {
   const auto method = static_cast<uint32_t>(s.argument(0, 3));
   const int width = s.choice.pick(1, 2 * s.width);
+  s.note("method", method);
   s.add(s.src, s.variant.from, s.width, s.height, false);
   s.add(s.dst, s.variant.to, width, s.choice.pick(1, 2 * s.height), false);
   s.call = [=, &s] { return mvk_resize(&s.dst[0], &s.src[0], method); };
@@ -71,6 +72,7 @@ void set_resize(Scene& s) {
 void set_rotate(Scene& s) {
   const auto [function, to, from] = s.variant;
   const int angle = 90 * s.argument(0, 3);
+  s.note("angle", angle);
   const bool packed = angle != 0 && from != QX_FMT_RGB24 && from != QX_FMT_ARGB;
   const int turned = angle % 180 == 0 ? s.width : s.height;
   const int width = s.choice.pick(0, 7) == 0 ? s.choice.pick(1, 2 * s.width) : turned;
@@ -83,6 +85,8 @@ void set_rotate(Scene& s) {
 void set_mask_smooth(Scene& s) {
   const auto mode = static_cast<uint32_t>(s.choice.pick(0, 1));
   const auto limit = static_cast<uint32_t>(s.choice.pick(0, 2 * std::max(s.width, s.height)));
+  s.note("mode", mode);
+  s.note("limit", limit);
   const int width = s.choice.pick(1, std::clamp(s.width - 1, 1, 520));
   const int height = s.choice.pick(1, std::clamp(s.height - 1, 1, 520));
   s.add(s.src, QX_FMT_GRAY, width, height, true);
@@ -98,6 +102,7 @@ void set_mask_smooth(Scene& s) {
 
 void set_holes(Scene& s) {
   const int level = s.argument(0, 254);
+  s.note("level", level);
   s.add_pair(true);
   s.call = [=, &s] {
     return mvk_make_up_holes(&s.dst[0], &s.src[0], static_cast<uint32_t>(level));
@@ -107,6 +112,7 @@ void set_holes(Scene& s) {
 
 void set_morph(Scene& s) {
   const int amount = s.choice.pick(0, 15) == 0 ? s.argument(-200, 200) : s.choice.pick(-24, 24);
+  s.note("amount", amount);
   s.add_pair(true);
   s.call = [=, &s] { return mvk_mask_morph(&s.dst[0], &s.src[0], amount); };
   s.judge = [=, &s] {
@@ -120,6 +126,10 @@ void set_smooth(Scene& s) {
   const int half = type == MKBlur::Bilateral ? s.choice.pick(0, 8) : s.argument(0, 99);
   const uint32_t param1 = s.choice.next() >> s.choice.pick(0, 31);
   const uint32_t param2 = s.choice.next() >> s.choice.pick(0, 31);
+  s.note("type", static_cast<int>(type));
+  s.note("ksize", 1 + 2 * half);
+  s.note("param1", param1);
+  s.note("param2", param2);
   s.add_pair(true);
   s.call = [=, &s] {
     const auto side = static_cast<uint32_t>(1 + 2 * half);
@@ -139,6 +149,7 @@ void set_fill(Scene& s) {
     const int y = s.choice.pick(-reach, s.height + reach);
     numbers.push_back(wild ? static_cast<int>(s.choice.next()) : y);
   }
+  for (const int32_t number : numbers) s.note("coordinate", number);
   s.set_values(numbers);
   s.add(s.dst, QX_FMT_GRAY, s.width, s.height, true);
   const size_t count = numbers.size() / 2;
@@ -155,6 +166,7 @@ void set_fill(Scene& s) {
 
 void set_box(Scene& s) {
   const auto level = static_cast<uint32_t>(s.argument(1, 254));
+  s.note("level", level);
   s.add(s.src, QX_FMT_GRAY, s.width, s.height, false);
   s.set_results(4);
   s.call = [=, &s] {
@@ -179,6 +191,14 @@ void set_outline(Scene& s) {
                            static_cast<uint32_t>(s.choice.pick(0, 1)),
                            centred ? reinterpret_cast<const TPOINT*>(s.values) : nullptr,
                            static_cast<uint8_t>(s.argument(0, 253))};
+  s.note("mode", mode.mode);
+  s.note("chain", mode.chain_approx);
+  s.note("expand", expand);
+  s.note("smooth", mode.smooth_level);
+  s.note("polygon", mode.approx_poly);
+  s.note("threshold", mode.threshold);
+  if (centred) s.note("centre x", s.values[0]);
+  if (centred) s.note("centre y", s.values[1]);
   s.add(s.src, s.variant.from, s.width, s.height, s.variant.from == QX_FMT_GRAY);
   s.call = [=, &s] {
     if (s.handle == nullptr) s.handle = mvk_outline_create();
@@ -205,6 +225,10 @@ void set_files(Scene& s) {
   const bool is_float = s.choice.pick(0, 1) == 1;
   const int dims = s.choice.pick(2, 3);
   const auto separator = static_cast<char>(s.choice.pick(' ', '/'));
+  s.note("count", count);
+  s.note("is_float", is_float);
+  s.note("dims", dims);
+  s.note("separator", separator);
   std::vector<int32_t> numbers(static_cast<size_t>(count * dims));
   for (int32_t& number : numbers) {
     number = static_cast<int32_t>(s.choice.next() >> s.choice.pick(0, 31));
@@ -226,6 +250,8 @@ void set_files(Scene& s) {
 void set_forehead(Scene& s) {
   const int count = s.choice.pick(0, 1) == 1 ? 106 : 96;
   const int wildness = s.choice.pick(0, 7);
+  s.note("count", count);
+  s.note("wildness", wildness);
   std::vector<int32_t> points;
   for (int i = 0; i < count; ++i) {
     const double turn = CV_PI * i / (count == 106 ? 32 : 18);
@@ -319,6 +345,22 @@ int Scene::argument(int low, int high) {
   const int edge = edges[choice.pick(0, 3)];
   hostile_ = hostile_ || edge < low || edge > high;
   return edge;
+}
+
+void Scene::note(const std::string& what, int64_t value) {
+  notes_ += ", " + what + ' ' + std::to_string(value);
+}
+
+std::string Scene::description() const {
+  std::string text = name + notes_;
+  for (const auto* images : {&dst, &src}) {
+    for (const QX_OFFSCREEN& image : *images) {
+      text += images == &dst ? ", dst " : ", src ";
+      text += std::to_string(image.width) + 'x' + std::to_string(image.height) + " pitch " +
+              std::to_string(image.pitch[0]) + '/' + std::to_string(image.pitch[1]);
+    }
+  }
+  return text;
 }
 
 void Scene::set_values(const std::vector<int32_t>& numbers) {

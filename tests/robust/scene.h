@@ -56,12 +56,16 @@ class Scene {
   // Whether the code, the padding and, as far as there is a judge, the result are right.
   bool is_right() const;
   bool is_refused() const { return outcome() == refused_; }
+  // The function, the images and every argument, for messages.
+  std::string description() const;
 
   // For those who set a scene. Packed: rows one after the other, whatever the pitch says.
   void add(std::vector<QX_OFFSCREEN>& images, uint32_t format, int w, int h, bool packed);
   void add_pair(bool packed);  // a source and a destination of the scene's size
   void set_values(const std::vector<int32_t>& numbers);
   void set_results(size_t count);
+  // Adds an argument to the description.
+  void note(const std::string& what, int64_t value);
   // An argument of which the function takes `low` to `high`; sometimes one that it must refuse.
   int argument(int low, int high);
 
@@ -85,6 +89,7 @@ class Scene {
   bool padding_is_intact() const;
 
   const Flush flush_;
+  std::string notes_;
   bool hostile_ = false;
   std::deque<Plane> planes_;
   std::vector<uint8_t> refused_;  // the outcome of a refusal

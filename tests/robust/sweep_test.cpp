@@ -28,9 +28,9 @@ TEST(Bounds, NothingOutsideIsTouchedAndResultsAreRight) {
       for (int draw = 0; draw < 32; ++draw) {
         const Flush flush = draw % 2 == 0 ? Flush::kAtStart : Flush::kAtEnd;
         Scene scene(variant, shape.width, shape.height, flush, choice);
-        fault = "\nmemory outside the images was touched by: " + scene.name + '\n';
+        fault = "\nmemory outside the images was touched by: " + scene.description() + '\n';
         scene.run();
-        EXPECT_TRUE(scene.is_right()) << scene.name;
+        EXPECT_TRUE(scene.is_right()) << scene.description();
       }
     }
   }
@@ -59,7 +59,9 @@ TEST(Threads, EightGiveTheBytesOfOne) {
     std::vector<std::thread> threads;
     for (uint64_t seed = 0; seed < 8; ++seed) {
       threads.emplace_back([&outcomes, &expected, &variant, seed] {
-        EXPECT_TRUE(outcomes(seed) == expected[seed]) << variant.function->name;
+        EXPECT_TRUE(outcomes(seed) == expected[seed])
+            << variant.function->name << " from " << test::format_name(variant.from) << ", seed "
+            << seed;
       });
     }
     for (std::thread& thread : threads) thread.join();

@@ -46,8 +46,8 @@ class TestImage {
   TestImage clone() const;
 
   // What the functions under test are given.
-  QX_OFFSCREEN* operator&() { return &descriptor_; }
-  const QX_OFFSCREEN* operator&() const { return &descriptor_; }
+  QX_OFFSCREEN* get() { return &descriptor_; }
+  const QX_OFFSCREEN* get() const { return &descriptor_; }
   QX_OFFSCREEN& descriptor() { return descriptor_; }
   const QX_OFFSCREEN& descriptor() const { return descriptor_; }
   operator const QX_OFFSCREEN&() const { return descriptor_; }
