@@ -1,11 +1,11 @@
 #include "mask/fill_area_up.h"
 
+#include "core/contours/polygon_filler.h"
 #include "core/mat_view.h"
-#include "core/polygon_filler.h"
 
 namespace kel::mask {
 
-uint32_t fill_area_up(cv::Mat& mask, const std::vector<std::vector<cv::Point>>& contours) {
+uint32_t fill_area_up(cv::Mat& mask, const Contours& contours) {
   if (mask.type() != CV_8UC1) return MVK_BAD_ARGUMENT;
   if (contours.empty()) return MVK_OK;
   PolygonFiller filler(mask, 255);

@@ -2,7 +2,8 @@
 
 #include <cstdint>
 #include <opencv2/core.hpp>
-#include <vector>
+
+#include "core/contours/contours.h"
 
 #include "core/pixel_region.h"
 
@@ -10,8 +11,7 @@ namespace kel::mask {
 
 // Paints the first of the contours solid (255) into mask, even-odd where it crosses itself.
 // Returns MVK_BAD_ARGUMENT for a mask that is not CV_8UC1.
-[[nodiscard]] uint32_t fill_area_up(cv::Mat& mask,
-                                    const std::vector<std::vector<cv::Point>>& contours);
+[[nodiscard]] uint32_t fill_area_up(cv::Mat& mask, const Contours& contours);
 
 // A GRAY region, rows packed, becomes the polygon's mask: 255 inside, 0 elsewhere.
 [[nodiscard]] uint32_t fill_area_up(const KelPixelRegion& image, const TPOINT* points,

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <opencv2/imgproc.hpp>
 
+#include "core/contours/trace_contours.h"
 #include "mask/binarise.h"
 #include "morvik/morvik.h"
 
@@ -37,7 +38,8 @@ uint32_t make_edge_add(cv::Mat& mask, uint32_t radius, const cv::Mat& guide) {
   binarise(mask, mask, 254.0);
   Contours contours;
   Hierarchy hierarchy;
-  cv::findContours(mask, contours, hierarchy, cv::RETR_TREE, cv::CHAIN_APPROX_NONE);
+  cv::Mat shapes = frame_shapes(mask, 0);
+  trace_contours(shapes, cv::CHAIN_APPROX_NONE, contours, hierarchy);
   if (contours.empty()) return MVK_BAD_ARGUMENT;
   make_contour_edge(mask, guide, radius, contours, hierarchy);
   return MVK_OK;
@@ -56,7 +58,7 @@ void make_contour_edge(cv::Mat& mask, const cv::Mat& guide, uint32_t radius, Con
 
 void fix_contours_point(Contours& contours, const cv::Mat& mask) {
   if (mask.empty()) return;
-  for (std::vector<cv::Point>& contour : contours) {
+  for (Contour& contour : contours) {
     for (cv::Point& point : contour) {
       const bool at_top = point.y < 2;
       if (point.x < 2) point.x = 0;
@@ -71,10 +73,10 @@ void fix_contours_point(Contours& contours, const cv::Mat& mask) {
 void find_edge_contour_add_haar(Contours& contours, int32_t radius, const cv::Mat& guide,
                                 const cv::Mat& mask) {
   std::vector<int32_t> sums(2 * static_cast<size_t>(radius) + 2);
-  for (std::vector<cv::Point>& contour : contours) {
+  for (Contour& contour : contours) {
     for (cv::Point& point : contour) {
-      // The bound lets the window reach one column behind the row, where the next row begins;
-      // refined edges at the right border come out of that.
+      // The bound lets the window reach one column past the end of the row, where the next row
+      // begins. Edges refined near the right border depend on it.
       if (point.x < radius || point.x + radius > guide.cols) continue;
       const int left = mask.at<uint8_t>(point.y, point.x - 1);
       const int right = mask.at<uint8_t>(point.y, point.x + 1);
@@ -113,7 +115,7 @@ int32_t haar_move_window_limit(const int32_t* sums, int32_t radius, int32_t half
 
 void add_image_point(const Contours& contours, cv::Mat& image) {
   if (image.empty()) return;
-  for (const std::vector<cv::Point>& contour : contours) {
+  for (const Contour& contour : contours) {
     for (const cv::Point& point : contour) {
       if (point.y > image.rows - 3) image.at<uint8_t>(image.rows - 1, point.x) = 255;
     }

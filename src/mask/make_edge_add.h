@@ -5,12 +5,10 @@
 
 #include <cstdint>
 #include <opencv2/core.hpp>
-#include <vector>
+
+#include "core/contours/contours.h"
 
 namespace kel::mask {
-
-using Contours = std::vector<std::vector<cv::Point>>;
-using Hierarchy = std::vector<cv::Vec4i>;
 
 // Inside the mask pipeline only: a kernel or a matrix of unusable size.
 inline constexpr uint32_t kUnusableSize = 7;

@@ -1,8 +1,9 @@
 #include "mask/make_up_holes.h"
 
 #include <opencv2/imgproc.hpp>
-#include <vector>
 
+#include "core/contours/fill_contours.h"
+#include "core/contours/trace_contours.h"
 #include "mask/binarise.h"
 #include "mask/caller_mat.h"
 #include "mask/fill_enclosed.h"
@@ -10,8 +11,6 @@
 
 namespace kel::mask {
 namespace {
-
-using Contours = std::vector<std::vector<cv::Point>>;
 
 size_t find_largest(const Contours& contours) {
   size_t best = 0;
@@ -27,29 +26,26 @@ size_t find_largest(const Contours& contours) {
   return best;
 }
 
-// Paints every contour on the level of the given one solid.
-void fill_siblings(cv::Mat& image, const Contours& contours,
-                   const std::vector<cv::Vec4i>& hierarchy, size_t member) {
-  constexpr int kNext = 0;
-  constexpr int kPrevious = 1;
+// The contours that share a parent with the given one, itself included.
+Contours siblings_of(size_t member, const Contours& contours, const Hierarchy& hierarchy) {
+  const auto link = [&](int i, Link which) { return hierarchy[static_cast<size_t>(i)][which]; };
   int index = static_cast<int>(member);
-  while (hierarchy[static_cast<size_t>(index)][kPrevious] >= 0) {
-    index = hierarchy[static_cast<size_t>(index)][kPrevious];
+  while (link(index, kPrevious) >= 0) index = link(index, kPrevious);
+  Contours siblings;
+  for (; index >= 0; index = link(index, kNext)) {
+    siblings.push_back(contours[static_cast<size_t>(index)]);
   }
-  for (; index >= 0; index = hierarchy[static_cast<size_t>(index)][kNext]) {
-    const std::vector<cv::Point>& contour = contours[static_cast<size_t>(index)];
-    const cv::Point* points = contour.data();
-    const int count = static_cast<int>(contour.size());
-    cv::fillPoly(image, &points, &count, 1, cv::Scalar(255));
-  }
+  return siblings;
 }
 
-// The road for areas that lose precision.
-void fill_contours(cv::Mat& image) {
+// For images whose areas lose precision: the largest contour may be a hole.
+void fill_level_of_largest(cv::Mat& image) {
+  cv::Mat shapes = frame_shapes(image, 0);
   Contours contours;
-  std::vector<cv::Vec4i> hierarchy;
-  cv::findContours(image, contours, hierarchy, cv::RETR_TREE, cv::CHAIN_APPROX_NONE);
-  if (!contours.empty()) fill_siblings(image, contours, hierarchy, find_largest(contours));
+  Hierarchy hierarchy;
+  trace_contours(shapes, cv::CHAIN_APPROX_SIMPLE, contours, hierarchy);
+  if (contours.empty()) return;
+  fill_contours(image, siblings_of(find_largest(contours), contours, hierarchy), 255);
 }
 
 }  // namespace
@@ -71,7 +67,7 @@ void _make_up_holes(const cv::Mat& src, cv::Mat& dst, int32_t level) {
   if (int64_t{src.cols - 1} * (src.rows - 1) <= kExactArea) {
     fill_enclosed(dst);
   } else {
-    fill_contours(dst);
+    fill_level_of_largest(dst);
   }
 }
 

@@ -4,14 +4,15 @@
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 
+#include "core/contours/fill_contours.h"
+#include "core/contours/trace_contours.h"
 #include "core/saturate.h"
-#include "outline/fill_contours.h"
-#include "outline/trace_contours.h"
+#include "outline/main_contours.h"
 
 namespace outline {
 namespace {
 
-cv::Point2d centre_of(const Contour& contour, const TPOINT* center) {
+cv::Point2d centre_of(const kel::Contour& contour, const TPOINT* center) {
   if (center != nullptr) return {static_cast<double>(center->x), static_cast<double>(center->y)};
   const cv::Moments moments = cv::moments(contour, false);
   return {moments.m10 / moments.m00, moments.m01 / moments.m00};  // not finite without an area
@@ -24,7 +25,7 @@ double distance_between(cv::Point point, cv::Point2d centre) {
 }
 
 // The largest over all points; not finite when a point lies on the centre.
-double radial_scale(const Contour& contour, cv::Point2d centre, uint16_t expand_size) {
+double radial_scale(const kel::Contour& contour, cv::Point2d centre, uint16_t expand_size) {
   const auto scale_at = [&](cv::Point point) {
     const double distance = distance_between(point, centre);
     return (distance + expand_size) / distance;
@@ -44,7 +45,7 @@ int32_t place(double offset, double centre) {
   return add(kel::saturate_to_int32(offset), static_cast<uint32_t>(kel::saturate_to_int32(centre)));
 }
 
-void scale_contour(Contour& contour, cv::Point2d centre, double scale) {
+void scale_contour(kel::Contour& contour, cv::Point2d centre, double scale) {
   for (cv::Point& point : contour) {
     const double radius = distance_between(point, centre) * scale;
     const double angle = std::atan2(point.y - centre.y, point.x - centre.x);
@@ -53,7 +54,7 @@ void scale_contour(Contour& contour, cv::Point2d centre, double scale) {
 }
 
 // One-sided on purpose: an offset to the left or up becomes 0.
-void push_contour(Contour& contour, cv::Point2d centre, uint16_t expand_size) {
+void push_contour(kel::Contour& contour, cv::Point2d centre, uint16_t expand_size) {
   const cv::Rect box = cv::boundingRect(contour);
   const float per_pixel = 2.0F / static_cast<float>(std::max(box.width, box.height));
   const double factor = static_cast<double>(per_pixel) * expand_size;
@@ -65,12 +66,12 @@ void push_contour(Contour& contour, cv::Point2d centre, uint16_t expand_size) {
 
 // Calls move(contour, centre) for each main contour that has points and a finite centre.
 template <typename Move>
-void move_main_contours(Contours& contours, const Hierarchy& hierarchy, const TPOINT* center,
-                        Move move) {
+void move_main_contours(kel::Contours& contours, const kel::Hierarchy& hierarchy,
+                        const TPOINT* center, Move move) {
   std::set<int32_t> main;
   get_max_hierarchy_index(main, contours, hierarchy);
   for (const int32_t i : main) {
-    Contour& contour = contours[static_cast<size_t>(i)];
+    kel::Contour& contour = contours[static_cast<size_t>(i)];
     if (contour.empty()) continue;
     const cv::Point2d centre = centre_of(contour, center);
     if (std::isfinite(centre.x) && std::isfinite(centre.y)) move(contour, centre);
@@ -79,23 +80,23 @@ void move_main_contours(Contours& contours, const Hierarchy& hierarchy, const TP
 
 }  // namespace
 
-void expansion_contours_polar(Contours& contours, uint16_t expand_size, cv::Mat& image,
-                              const Hierarchy& hierarchy, const TPOINT* center) {
+void expansion_contours_polar(kel::Contours& contours, uint16_t expand_size, cv::Mat& image,
+                              const kel::Hierarchy& hierarchy, const TPOINT* center) {
   if (contours.empty()) return;
-  move_main_contours(contours, hierarchy, center, [&](Contour& contour, cv::Point2d centre) {
+  move_main_contours(contours, hierarchy, center, [&](kel::Contour& contour, cv::Point2d centre) {
     const double scale = radial_scale(contour, centre, expand_size);
     if (std::isfinite(scale)) scale_contour(contour, centre, scale);
   });
-  fill_contours(image, contours, kShape);
+  kel::fill_contours(image, contours, kel::kShape);
 }
 
-void expansion_contours_vector(Contours& contours, uint16_t expand_size, cv::Mat& image,
-                               const Hierarchy& hierarchy, const TPOINT* center) {
+void expansion_contours_vector(kel::Contours& contours, uint16_t expand_size, cv::Mat& image,
+                               const kel::Hierarchy& hierarchy, const TPOINT* center) {
   if (contours.empty()) return;
-  move_main_contours(contours, hierarchy, center, [&](Contour& contour, cv::Point2d centre) {
+  move_main_contours(contours, hierarchy, center, [&](kel::Contour& contour, cv::Point2d centre) {
     push_contour(contour, centre, expand_size);
   });
-  fill_contours(image, contours, kShape);
+  kel::fill_contours(image, contours, kel::kShape);
 }
 
 }  // namespace outline

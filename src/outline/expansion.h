@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <opencv2/core.hpp>
 
+#include "core/contours/contours.h"
 #include "morvik/morvik.h"
-#include "outline/contours.h"
 
 namespace outline {
 
@@ -15,12 +15,12 @@ namespace outline {
 // centre or scale is not finite stays where it is. Coordinates saturate.
 
 // Scales about the centre, by the factor that moves the nearest point out by `expand_size` pixels.
-void expansion_contours_polar(Contours& contours, uint16_t expand_size, cv::Mat& image,
-                              const Hierarchy& hierarchy, const TPOINT* center);
+void expansion_contours_polar(kel::Contours& contours, uint16_t expand_size, cv::Mat& image,
+                              const kel::Hierarchy& hierarchy, const TPOINT* center);
 
 // Moves points right of the centre to the right and points below it down, in proportion to their
 // distance along that axis: by `expand_size` pixels at half the larger side of the bounding box.
-void expansion_contours_vector(Contours& contours, uint16_t expand_size, cv::Mat& image,
-                               const Hierarchy& hierarchy, const TPOINT* center);
+void expansion_contours_vector(kel::Contours& contours, uint16_t expand_size, cv::Mat& image,
+                               const kel::Hierarchy& hierarchy, const TPOINT* center);
 
 }  // namespace outline

@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <opencv2/imgproc.hpp>
 
+#include "core/contours/fill_contours.h"
+#include "core/contours/trace_contours.h"
 #include "outline/expansion.h"
-#include "outline/fill_contours.h"
+#include "outline/polygons.h"
 #include "outline/result.h"
 #include "outline/smoothing.h"
-#include "outline/trace_contours.h"
+#include "outline/snap_to_edges.h"
 
 namespace outline {
 namespace {
@@ -15,23 +17,23 @@ namespace {
 // Reads the caller's rows where they are.
 cv::Mat find_shapes(const kel::imageprocess::Plane& gray, uint8_t threshold) {
   const int width = static_cast<int>(gray.row_bytes);
-  cv::Mat shapes = make_framed_image({width, static_cast<int>(gray.rows)});
+  cv::Mat shapes = kel::make_framed_image({width, static_cast<int>(gray.rows)});
   for (int y = 0; y < shapes.rows; ++y) {
     const uint8_t* from = gray.row(y);
     uint8_t* to = shapes.ptr(y);
-    for (int x = 0; x < width; ++x) to[x] = from[x] > threshold ? kShape : 0;
+    for (int x = 0; x < width; ++x) to[x] = from[x] > threshold ? kel::kShape : 0;
   }
   return shapes;
 }
 
 // All contours of the list, whatever their level, in one call.
-void stroke_each(cv::Mat& image, const Contours& contours, uint16_t expand_size) {
-  cv::drawContours(image, contours, -1, cv::Scalar(kShape), 2 * expand_size, 0);
+void stroke_each(cv::Mat& image, const kel::Contours& contours, uint16_t expand_size) {
+  cv::drawContours(image, contours, -1, cv::Scalar(kel::kShape), 2 * expand_size, 0);
 }
 
 }  // namespace
 
-void switch_mode_draw(cv::Mat& image, Contours& contours, const Hierarchy& hierarchy,
+void switch_mode_draw(cv::Mat& image, kel::Contours& contours, const kel::Hierarchy& hierarchy,
                       const MKOutlineMode* mode) {
   const uint16_t expand_size = mode->expand_size;
   const auto hulls = {MK_OMODE_HULL_FILL_STROKE, MK_OMODE_HULL_POLAR, MK_OMODE_HULL_VECTOR};
@@ -42,7 +44,7 @@ void switch_mode_draw(cv::Mat& image, Contours& contours, const Hierarchy& hiera
       break;
     case MK_OMODE_FILL_STROKE:
     case MK_OMODE_HULL_FILL_STROKE:
-      fill_top_level(image, contours, hierarchy, kShape);
+      kel::fill_top_level(image, contours, hierarchy, kel::kShape);
       stroke_each(image, contours, expand_size);
       break;
     case MK_OMODE_POLAR:
@@ -75,10 +77,10 @@ uint32_t outline_expansion(const kel::imageprocess::Plane& gray, const MKOutline
     return MVK_NOT_FOUND;
   }
   cv::Mat shapes = find_shapes(gray, mode->threshold);
-  Contours contours;
-  Hierarchy hierarchy;
+  kel::Contours contours;
+  kel::Hierarchy hierarchy;
   // Simple runs here, whatever the caller wants returned: the expansions see these points.
-  trace_contours(shapes, cv::CHAIN_APPROX_SIMPLE, contours, hierarchy);
+  kel::trace_contours(shapes, cv::CHAIN_APPROX_SIMPLE, contours, hierarchy);
   if (contours.empty()) {
     result->contour_count = 0;
     return MVK_NOT_FOUND;

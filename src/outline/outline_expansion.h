@@ -3,9 +3,9 @@
 
 #include <opencv2/core.hpp>
 
+#include "core/contours/contours.h"
 #include "core/pixel_region.h"
 #include "morvik/morvik.h"
-#include "outline/contours.h"
 
 namespace outline {
 
@@ -21,7 +21,7 @@ namespace outline {
 // Paints the contours, grown as mode->mode says, as shape into a framed image (trace_contours.h),
 // and smooths what is painted there. Replaces the contours by their hulls or moves them where the
 // mode does so.
-void switch_mode_draw(cv::Mat& image, Contours& contours, const Hierarchy& hierarchy,
+void switch_mode_draw(cv::Mat& image, kel::Contours& contours, const kel::Hierarchy& hierarchy,
                       const MKOutlineMode* mode);
 
 }  // namespace outline

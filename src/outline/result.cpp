@@ -2,8 +2,10 @@
 
 #include <memory>
 
-#include "outline/contours.h"
-#include "outline/trace_contours.h"
+#include "core/contours/trace_contours.h"
+#include "outline/main_contours.h"
+#include "outline/polygons.h"
+#include "outline/snap_to_edges.h"
 
 namespace outline {
 namespace {
@@ -18,7 +20,7 @@ void store_empty_outlines(MKGetOutline& result, size_t count) {
   result.points = points.release();
 }
 
-void store_outline(MKGetOutline& result, size_t index, const Contour& contour, bool reversed) {
+void store_outline(MKGetOutline& result, size_t index, const kel::Contour& contour, bool reversed) {
   const size_t count = contour.size();
   auto* values = new int32_t[2 * count];
   result.points[index] = values;
@@ -42,9 +44,9 @@ void release_outlines(const MKGetOutline& result) {
 }
 
 uint32_t get_contours_outline(cv::Mat& image, MKGetOutline* result, const MKOutlineMode* mode) {
-  Contours contours;
-  Hierarchy hierarchy;
-  trace_contours(image, static_cast<int>(mode->chain_approx), contours, hierarchy);
+  kel::Contours contours;
+  kel::Hierarchy hierarchy;
+  kel::trace_contours(image, static_cast<int>(mode->chain_approx), contours, hierarchy);
   if (contours.empty()) {
     result->contour_count = 0;
     return MVK_NOT_FOUND;

@@ -6,7 +6,7 @@
 #include <opencv2/imgproc.hpp>
 #include <utility>
 
-#include "outline/fill_contours.h"
+#include "core/contours/fill_contours.h"
 #include "reference/outline.h"
 #include "support/samples.h"
 
@@ -125,7 +125,7 @@ TEST_F(Outline, AsByHandWhereNothingCanBeSmoothed) {
 // Too far for OpenCV's 32-bit row counts; the triangle covers the image.
 TEST(FillContours, TheWholeRangeOfIntegers) {
   cv::Mat image = cv::Mat::zeros(50, 80, CV_8UC1);
-  outline::fill_contours(image, {{{INT_MIN, INT_MIN}, {INT_MAX, INT_MIN}, {0, INT_MAX}}}, 9);
+  kel::fill_contours(image, {{{INT_MIN, INT_MIN}, {INT_MAX, INT_MIN}, {0, INT_MAX}}}, 9);
   EXPECT_EQ(cv::countNonZero(image == 9), 50 * 80);
 }
 

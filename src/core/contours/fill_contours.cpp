@@ -1,11 +1,11 @@
-#include "outline/fill_contours.h"
+#include "core/contours/fill_contours.h"
 
-#include "core/polygon_filler.h"
+#include "core/contours/polygon_filler.h"
 
-namespace outline {
+namespace kel {
 
 void fill_contours(cv::Mat& image, const Contours& contours, uint8_t value) {
-  kel::PolygonFiller filler(image, value);
+  PolygonFiller filler(image, value);
   for (const Contour& contour : contours) {
     filler.add(contour);
     filler.fill();
@@ -14,12 +14,11 @@ void fill_contours(cv::Mat& image, const Contours& contours, uint8_t value) {
 
 void fill_top_level(cv::Mat& image, const Contours& contours, const Hierarchy& hierarchy,
                     uint8_t value) {
-  constexpr int kParent = 3;
-  kel::PolygonFiller filler(image, value);
+  PolygonFiller filler(image, value);
   for (size_t i = 0; i < contours.size(); ++i) {
     if (hierarchy[i][kParent] < 0) filler.add(contours[i]);
   }
   filler.fill();
 }
 
-}  // namespace outline
+}  // namespace kel

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <opencv2/core.hpp>
 
-#include "outline/contours.h"
+#include "core/contours/contours.h"
 
-namespace outline {
+namespace kel {
 
 // What shapes are made of; the rest is 0.
 inline constexpr uint8_t kShape = 1;
@@ -14,6 +14,9 @@ inline constexpr uint8_t kShape = 1;
 // An 8-bit image inside of memory that goes on by one pixel of 0 on each side, so that the tracer
 // can step over the border. The pixels themselves are not set. Sides are at most 2^30.
 cv::Mat make_framed_image(cv::Size size);
+
+// The same with kShape where `gray` (CV_8UC1) is above `level`.
+cv::Mat frame_shapes(const cv::Mat& gray, uint8_t level);
 
 // The contours of an image from make_framed_image() that holds 0 and kShape only: the lists of
 // cv::findContours with cv::RETR_TREE, in its order. That call works on a copy, this one leaves
@@ -24,4 +27,4 @@ cv::Mat make_framed_image(cv::Size size);
 // following", Computer Vision, Graphics, and Image Processing 30 (1985).
 void trace_contours(cv::Mat& image, int approximation, Contours& contours, Hierarchy& hierarchy);
 
-}  // namespace outline
+}  // namespace kel

@@ -1,5 +1,5 @@
 // Border following in place against cv::findContours.
-#include "outline/trace_contours.h"
+#include "core/contours/trace_contours.h"
 
 #include <gtest/gtest.h>
 
@@ -18,14 +18,14 @@ TEST(TraceContours, AsOpenCvWithThousandsOfBorders) {
     const int density = random.range(0, 100);
     cv::Mat noise(random.range(1, 300 / side), random.range(1, 500 / side), CV_8UC1);
     for (uint8_t& pixel : cv::Mat_<uint8_t>(noise)) pixel = random.range(0, 99) < density;
-    cv::Mat shapes = outline::make_framed_image(noise.size() * side);
+    cv::Mat shapes = kel::make_framed_image(noise.size() * side);
     cv::resize(noise, shapes, shapes.size(), 0, 0, cv::INTER_NEAREST);
     const cv::Mat before = shapes.clone();
     for (const int approximation : {cv::CHAIN_APPROX_NONE, cv::CHAIN_APPROX_SIMPLE}) {
-      outline::Contours expected, contours;
-      outline::Hierarchy expected_tree, tree;
+      kel::Contours expected, contours;
+      kel::Hierarchy expected_tree, tree;
       cv::findContours(before, expected, expected_tree, cv::RETR_TREE, approximation);
-      outline::trace_contours(shapes, approximation, contours, tree);
+      kel::trace_contours(shapes, approximation, contours, tree);
       ASSERT_TRUE(contours == expected && tree == expected_tree) << round << ' ' << shapes.size();
       ASSERT_EQ(cv::norm(shapes, before, cv::NORM_INF), 0.0) << "marks were left";
     }

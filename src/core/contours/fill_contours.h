@@ -1,11 +1,11 @@
-// Painting of filled contours: the bytes of cv::drawContours, faster (core/polygon_filler.h).
+// Painting of filled contours: the bytes of cv::drawContours, faster (polygon_filler.h).
 #pragma once
 
 #include <opencv2/core.hpp>
 
-#include "outline/contours.h"
+#include "core/contours/contours.h"
 
-namespace outline {
+namespace kel {
 
 // Fills each contour of the list on its own (even-odd rule, boundary included) with `value` in an
 // 8-bit image, so that contours inside others add nothing. As cv::drawContours with each index in
@@ -17,4 +17,4 @@ void fill_contours(cv::Mat& image, const Contours& contours, uint8_t value);
 void fill_top_level(cv::Mat& image, const Contours& contours, const Hierarchy& hierarchy,
                     uint8_t value);
 
-}  // namespace outline
+}  // namespace kel

@@ -1,4 +1,4 @@
-#include "outline/trace_contours.h"
+#include "core/contours/trace_contours.h"
 
 #include <algorithm>
 #include <array>
@@ -7,7 +7,7 @@
 #include <unordered_map>
 #include <utility>
 
-namespace outline {
+namespace kel {
 namespace {
 
 // Directions are counted anticlockwise, as seen, from the right.
@@ -164,8 +164,8 @@ void Tracer::add_border(cv::Point start, bool is_hole, int32_t parent) {
   label_ = label_ == kLabel ? kFirstReused : static_cast<uint8_t>(label_ + 1);
 }
 
-// The border that surrounds what begins behind `mark`. Of several with its label it is the one that
-// passes it. Rows only go down: borders that end above are dropped on the way.
+// The border that surrounds what begins behind `mark`. If labels collide, take the border that
+// passes the mark. Borders that end above this row cannot and are dropped from the chain.
 int32_t Tracer::find_parent(cv::Point mark, bool is_hole) {
   const uint8_t* const marked = pixel(mark);
   int32_t found = kFrame;
@@ -332,6 +332,16 @@ cv::Mat make_framed_image(cv::Size size) {
   return framed(cv::Rect({1, 1}, size));
 }
 
+cv::Mat frame_shapes(const cv::Mat& gray, uint8_t level) {
+  cv::Mat shapes = make_framed_image(gray.size());
+  for (int y = 0; y < gray.rows; ++y) {
+    const uint8_t* from = gray.ptr(y);
+    uint8_t* to = shapes.ptr(y);
+    for (int x = 0; x < gray.cols; ++x) to[x] = from[x] > level ? kShape : 0;
+  }
+  return shapes;
+}
+
 void trace_contours(cv::Mat& image, int approximation, Contours& contours, Hierarchy& hierarchy) {
   Tracer tracer(image, approximation);
   tracer.find_borders();
@@ -339,4 +349,4 @@ void trace_contours(cv::Mat& image, int approximation, Contours& contours, Hiera
   tracer.hand_over(contours, hierarchy);
 }
 
-}  // namespace outline
+}  // namespace kel

@@ -1,4 +1,4 @@
-#include "core/polygon_filler.h"
+#include "core/contours/polygon_filler.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -17,7 +17,7 @@ constexpr int64_t kOne = int64_t{1} << kFractionBits;
 
 }  // namespace
 
-void PolygonFiller::add(const std::vector<cv::Point>& polygon) {
+void PolygonFiller::add(const Contour& polygon) {
   if (polygon.empty()) return;
   cv::Point from = polygon.back();
   for (const cv::Point to : polygon) {

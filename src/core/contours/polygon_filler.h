@@ -2,8 +2,9 @@
 #pragma once
 
 #include <cstdint>
-#include <opencv2/core.hpp>
 #include <vector>
+
+#include "core/contours/contours.h"
 
 namespace kel {
 
@@ -17,7 +18,7 @@ class PolygonFiller {
   PolygonFiller(cv::Mat& image, uint8_t value) : image_(image), value_(value) {}
 
   // Draws the boundary of a polygon; its inside follows with the next fill().
-  void add(const std::vector<cv::Point>& polygon);
+  void add(const Contour& polygon);
   // Fills what the polygons added since the last time enclose an odd number of times.
   void fill();
 
