@@ -13,23 +13,11 @@
 
 namespace kel::mask {
 
-inline constexpr int kChunk = 64;         // pixels
-inline constexpr int kMostChunks = 1024;  // in a row; a byte for each is kept on the stack
-
-inline bool fits_network(int32_t columns) {
-  return columns >= kChunk + 4 && columns <= kChunk * kMostChunks;
-}
+// Whether rows are long enough for a chunk, and not too long for a byte of each chunk on the stack.
+bool fits_network(int32_t columns);
 
 // Same bytes as cv::medianBlur; ksize is 3 or 5, src and dst are CV_8UC1, of one size whose width
 // fits_network, and do not overlap.
 void median_by_network(const cv::Mat& src, cv::Mat& dst, int32_t ksize);
-
-// A row of the image and what its windows hold.
-struct NetworkRow {
-  const uint8_t* rows[5];  // the ksize rows, the border rows repeated
-  int32_t width;
-  uint8_t* runs;    // for each chunk: up to ksize last rows that are of one value
-  uint8_t* result;  // null while the windows are above the image
-};
 
 }  // namespace kel::mask

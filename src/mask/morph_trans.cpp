@@ -4,7 +4,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "mask/caller_mat.h"
-#include "mask/ellipse_morph.h"
+#include "mask/morph_runs.h"
 #include "mask/opencv_limits.h"
 
 namespace kel::mask {

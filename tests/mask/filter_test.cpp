@@ -1,6 +1,6 @@
 // mvk_mask_morph, mvk_smooth and mvk_make_up_holes against the OpenCV calls that define them.
-#include "mask/ellipse_morph.h"
 #include "mask/masks.h"
+#include "mask/morph_runs.h"
 #include "support/samples.h"
 
 namespace {

@@ -1,79 +1,18 @@
-#include "mask/ellipse_morph.h"
+#include "mask/morph_runs.h"
 
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <memory>
 #include <vector>
 
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "mask/ellipse_morph.cpp"
-#include <hwy/foreach_target.h>
-// After foreach_target.h
-#include <hwy/highway.h>
+#include "core/kernels/spread_row.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace kel::mask::HWY_NAMESPACE {
-
-namespace hn = hwy::HWY_NAMESPACE;
-using Bytes = hn::CappedTag<uint8_t, 64>;
-using Vec = hn::Vec<Bytes>;
-
-struct Larger {
-  HWY_INLINE Vec operator()(Vec a, Vec b) const { return hn::Max(a, b); }
-};
-struct Smaller {
-  HWY_INLINE Vec operator()(Vec a, Vec b) const { return hn::Min(a, b); }
-};
-
-// tables[p + 1][x] = extreme of tables[p][x] and tables[p][x + 2^p]
-template <class Extreme>
-void double_up(const RowSpread& job, Extreme extreme) {
-  const Bytes d;
-  const auto step = static_cast<int64_t>(hn::Lanes(d));
-  for (int32_t level = 1; level < job.levels; ++level) {
-    const uint8_t* from = job.tables + (level - 1) * job.stride;
-    uint8_t* to = job.tables + level * job.stride;
-    const int64_t half = int64_t{1} << (level - 1);
-    for (int64_t x = 0; x + half + step <= job.stride; x += step) {
-      hn::StoreU(extreme(hn::LoadU(d, from + x), hn::LoadU(d, from + x + half)), d, to + x);
-    }
-  }
-}
-
-template <class Extreme>
-void spread_row(const RowSpread& job, Extreme extreme) {
-  const Bytes d;
-  const auto step = static_cast<int64_t>(hn::Lanes(d));
-  double_up(job, extreme);
-  uint8_t* const* target = job.targets;
-  for (const KernelRun* run = job.runs; run != job.runs + job.run_count; ++run) {
-    const uint8_t* first = job.tables + run->level * job.stride + run->first;
-    const uint8_t* second = job.tables + run->level * job.stride + run->second;
-    for (int32_t i = 0; i < run->rows; i += 2, target += 2) {
-      if (target[0] == nullptr && target[1] == nullptr) continue;
-      uint8_t* upper = target[0] != nullptr ? target[0] : job.unused;
-      uint8_t* lower = target[1] != nullptr ? target[1] : job.unused;
-      for (int64_t x = 0; x < job.width; x += step) {
-        const Vec value = extreme(hn::LoadU(d, first + x), hn::LoadU(d, second + x));
-        hn::Store(extreme(hn::Load(d, upper + x), value), d, upper + x);
-        hn::Store(extreme(hn::Load(d, lower + x), value), d, lower + x);
-      }
-    }
-  }
-}
-
-void spread_maxima(const RowSpread& job) { spread_row(job, Larger()); }
-void spread_minima(const RowSpread& job) { spread_row(job, Smaller()); }
-
-}  // namespace kel::mask::HWY_NAMESPACE
-HWY_AFTER_NAMESPACE();
-
-#if HWY_ONCE
 namespace kel::mask {
 namespace {
 
-HWY_EXPORT(spread_maxima);
-HWY_EXPORT(spread_minima);
+using imageprocess::KernelRun;
+using imageprocess::RowSpread;
 
 constexpr int32_t kVector = 64;  // longest vector in bytes
 
@@ -190,7 +129,7 @@ class Strip {
                         runs_.levels,      round_up(width_),
                         runs_.runs.data(), static_cast<int32_t>(runs_.runs.size()),
                         targets_.data(),   ring_ + static_cast<ptrdiff_t>(pitch_) * kernel_.height};
-    dilate_ ? HWY_DYNAMIC_DISPATCH(spread_maxima)(job) : HWY_DYNAMIC_DISPATCH(spread_minima)(job);
+    dilate_ ? imageprocess::spread_maxima(job) : imageprocess::spread_minima(job);
   }
 
   // Row y has seen all it reaches, and decided_ the last row that is opposite throughout.
@@ -239,4 +178,3 @@ void morph_runs(const cv::Mat& src, cv::Mat& dst, const cv::Mat& kernel, bool di
 }
 
 }  // namespace kel::mask
-#endif  // HWY_ONCE

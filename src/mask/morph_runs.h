@@ -17,24 +17,4 @@ namespace kel::mask {
 // are CV_8UC1, of one size, and do not overlap.
 void morph_runs(const cv::Mat& src, cv::Mat& dst, const cv::Mat& kernel, bool dilate);
 
-// One run of the kernel: its maxima are those of two entries of table `level`.
-struct KernelRun {
-  int32_t level;   // maxima over 2^level pixels
-  int32_t first;   // where the run starts, counted from the left end of the padded row
-  int32_t second;  // where the table entry starts that ends with the run
-  int32_t rows;    // kernel rows that have this run
-};
-
-// What one input row does to the output rows that it reaches.
-struct RowSpread {
-  uint8_t* tables;  // level 0: the padded row; the others are scratch
-  int64_t stride;   // bytes of a table
-  int32_t levels;   // tables to fill
-  int32_t width;    // output columns, a multiple of 64
-  const KernelRun* runs;
-  int32_t run_count;
-  uint8_t* const* targets;  // output rows, in the order of the runs; null where none is wanted
-  uint8_t* unused;          // a row for the other half of a pair
-};
-
 }  // namespace kel::mask
