@@ -15,6 +15,7 @@ namespace {
 
 // Images are converted tile by tile, because libyuv computes row lengths, and for packed images
 // plane sizes, in int. Tiles start at even pixels, so that every chroma pair has its 2 x 2 pixels.
+// They are descriptors, not planes: libyuv takes pointers and pitches in int.
 constexpr int kTileColumns = 1 << 14;
 constexpr int kTileBytes = 1 << 22;
 // For the formats that are converted by way of ARGB; two rows of the widest tile fit.
@@ -40,7 +41,8 @@ void swap_chroma(const QX_OFFSCREEN& dst, const QX_OFFSCREEN& src, int width, in
                        dst.pitch[0], dst.plane[1], dst.pitch[1], width, height);
 }
 
-// The image without its first x columns and y rows, both even.
+// The image without its first x columns and y rows; x is even, and y if the image is written in
+// two planes.
 QX_OFFSCREEN image_from(const QX_OFFSCREEN& image, int x, int y) {
   QX_OFFSCREEN rest = image;
   const ptrdiff_t row = y;
@@ -118,10 +120,23 @@ constexpr Conversion kConversions[]{
     {QX_FMT_NV21, QX_FMT_NV12, false, swap_chroma},
 };
 
+// False where a row of the image reaches into the next one; the pitches may be that short.
+bool holds_rows(const QX_OFFSCREEN& image, int width) {
+  const int64_t pixels = width;
+  if (image.pitch[0] < pixels * kel::imageprocess::bytes_per_pixel(image.format)) return false;
+  return !kel::imageprocess::is_two_plane(image.format) || image.pitch[1] >= (pixels + 1) / 2 * 2;
+}
+
+// Rows that overlap are written one after the other, each as a whole.
+int rows_of_tile(const QX_OFFSCREEN& dst, const QX_OFFSCREEN& src, int width) {
+  if (!holds_rows(dst, width)) return kel::imageprocess::is_two_plane(dst.format) ? 2 : 1;
+  const int pitch = std::max({dst.pitch[0], src.pitch[0], 1});
+  return std::max(kTileBytes / pitch & ~1, 2);
+}
+
 void convert_by_tiles(Call call, const QX_OFFSCREEN& dst, const QX_OFFSCREEN& src, int width,
                       int height) {
-  const int pitch = std::max({dst.pitch[0], src.pitch[0], 1});
-  const int tile_rows = std::max(kTileBytes / pitch & ~1, 2);
+  const int tile_rows = rows_of_tile(dst, src, width);
   for (int64_t y = 0; y < height; y += tile_rows) {
     for (int64_t x = 0; x < width; x += kTileColumns) {
       const int left = static_cast<int>(x);
