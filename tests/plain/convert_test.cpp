@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <libyuv.h>
 
+#include "core/convert.h"
 #include "core/format.h"
 #include "support/targets.h"
 #include "support/test_image.h"
@@ -128,6 +129,21 @@ TEST(Convert, EveryPairShapeSizeAndPadding) {
         }
       }
     }
+  }
+}
+
+// As many rows and bytes as the destination has, each plane by its own pitch.
+TEST(Convert, TypedViewOfNv21ToGray) {
+  using kel::imageprocess::PixelRegion_;
+  const TestImage src(QX_FMT_NV21, 9, 7, 3);
+  for (const auto& [width, height] : std::vector<test::Shape>{{8, 6}, {5, 6}, {8, 1}}) {
+    const TestImage dst(QX_FMT_GRAY, width, height, 2, 0, 2);
+    TestImage expected = dst.clone();
+    for (int y = 0; y < height; ++y) std::copy_n(src.row(y), width, expected.row(y));
+    PixelRegion_<QX_FMT_GRAY> gray(dst.descriptor());
+    const PixelRegion_<QX_FMT_NV21> nv(src.descriptor());
+    kel::imageprocess::convert_pixel_format<QX_FMT_NV21, QX_FMT_GRAY>(gray, nv);
+    EXPECT_TRUE(dst == expected) << dst << " from " << src;
   }
 }
 
