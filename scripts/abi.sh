@@ -6,6 +6,10 @@ cd "$(dirname "$0")/.."
 . scripts/lib.sh
 install_packages "${build_packages[@]}" "${check_packages[@]}"
 stored=abi/libmorvik-$(uname -m).abi
+if [[ ${1:-} != update && ! -e $stored ]]; then
+  echo "no description for $(uname -m) is stored, nothing to compare: scripts/abi.sh update writes one"
+  exit
+fi
 cmake -S . -B build/abi -G Ninja -DCMAKE_BUILD_TYPE=Debug -DMORVIK_BUILD_TESTS=OFF \
   -DMORVIK_BUILD_TOOLS=OFF -DMORVIK_BUILD_EXAMPLES=OFF >/dev/null
 cmake --build build/abi --target morvik

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds the Debian packages, installs them into a clean bookworm root and uses them there: a
 # consumer through CMake and pkg-config, and the command-line tool. Needs root; not part of
-# test.sh, as it downloads a Debian base system. Usage: scripts/check-deb.sh [ROOT]
+# CI, as it downloads a Debian base system. Usage: scripts/check-deb.sh [ROOT]
 # ROOT, when it exists, is taken as a clean root and is changed.
 set -euo pipefail
 cd "$(dirname "$0")/.."

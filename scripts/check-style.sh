@@ -4,6 +4,6 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 git ls-files --cached --others --exclude-standard -- '*.c' '*.cpp' '*.h' |
-  xargs clang-format-14 --dry-run -Werror
+  xargs clang-format-19 --dry-run -Werror
 git ls-files --cached --others --exclude-standard -- 'src/*.cpp' |
-  xargs -P "$(nproc)" -n 2 clang-tidy-14 -p "$1" --quiet
+  xargs -P "$(nproc)" -n 2 clang-tidy-19 -p "$1" --quiet

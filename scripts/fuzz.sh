@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/lib.sh
-install_packages "${build_packages[@]}" clang-14 libclang-rt-14-dev
+install_packages "${build_packages[@]}" clang-19 libclang-rt-19-dev
 seconds=${1:-60}
 shift || true
 [[ -d /dev/shm ]] && export TMPDIR=/dev/shm  # landmark files

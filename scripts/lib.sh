@@ -7,7 +7,7 @@ build_packages=(
   dpkg-dev file  # for cpack
 )
 
-check_packages=(clang-14 libclang-rt-14-dev clang-format-14 clang-tidy-14 abigail-tools git
+check_packages=(clang-19 libclang-rt-19-dev clang-format-19 clang-tidy-19 abigail-tools git
   binutils python3)
 
 # Installs the packages that are missing; needs root (or sudo) only when there are any.
