@@ -129,7 +129,7 @@ class Strip {
                         runs_.levels,      round_up(width_),
                         runs_.runs.data(), static_cast<int32_t>(runs_.runs.size()),
                         targets_.data(),   ring_ + static_cast<ptrdiff_t>(pitch_) * kernel_.height};
-    dilate_ ? imageprocess::spread_maxima(job) : imageprocess::spread_minima(job);
+    imageprocess::spread_row(job, dilate_);
   }
 
   // Row y has seen all it reaches, and decided_ the last row that is opposite throughout.

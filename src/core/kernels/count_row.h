@@ -12,6 +12,6 @@ void count_row(uint8_t* counts, const uint8_t* padded, int32_t width, int32_t ks
                uint8_t* scratch);
 // Reference version; results must match.
 void count_row_plain(uint8_t* counts, const uint8_t* padded, int32_t width, int32_t ksize,
-                     uint8_t value);
+                     uint8_t value, uint8_t* scratch);
 
 }  // namespace kel::imageprocess

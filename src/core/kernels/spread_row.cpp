@@ -39,7 +39,7 @@ void double_up(const RowSpread& row, Extreme extreme) {
 }
 
 template <class Extreme>
-void spread_row(const RowSpread& row, Extreme extreme) {
+void spread_extremes(const RowSpread& row, Extreme extreme) {
   const Bytes d;
   const auto step = static_cast<int64_t>(hn::Lanes(d));
   double_up(row, extreme);
@@ -62,8 +62,9 @@ void spread_row(const RowSpread& row, Extreme extreme) {
 
 }  // namespace
 
-void spread_maxima(const RowSpread& row) { spread_row(row, Larger()); }
-void spread_minima(const RowSpread& row) { spread_row(row, Smaller()); }
+void spread_row(const RowSpread& row, bool maxima) {
+  maxima ? spread_extremes(row, Larger()) : spread_extremes(row, Smaller());
+}
 
 }  // namespace kel::imageprocess::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
@@ -71,11 +72,11 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kel::imageprocess {
 
-HWY_EXPORT(spread_maxima);
-HWY_EXPORT(spread_minima);
+HWY_EXPORT(spread_row);
 
-void spread_maxima(const RowSpread& row) { HWY_DYNAMIC_DISPATCH(spread_maxima)(row); }
-void spread_minima(const RowSpread& row) { HWY_DYNAMIC_DISPATCH(spread_minima)(row); }
+void spread_row(const RowSpread& row, bool maxima) {
+  HWY_DYNAMIC_DISPATCH(spread_row)(row, maxima);
+}
 
 }  // namespace kel::imageprocess
 #endif

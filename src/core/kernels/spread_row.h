@@ -25,10 +25,9 @@ struct RowSpread {
   uint8_t* unused;          // scratch for an unwanted row
 };
 
-// Target rows are aligned to 64 bytes. Each pixel becomes the larger (spread_maxima) or smaller of
+// Target rows are aligned to 64 bytes. Each pixel becomes the larger (maxima) or smaller of
 // itself and the extreme over the run that starts at its place in the padded row.
-void spread_maxima(const RowSpread& row);
-void spread_minima(const RowSpread& row);
+void spread_row(const RowSpread& row, bool maxima);
 // Reference version; results must match.
 void spread_row_plain(const RowSpread& row, bool maxima);
 
