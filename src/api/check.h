@@ -48,7 +48,7 @@ inline constexpr FormatSet kGray{QX_FMT_GRAY};
 inline constexpr FormatSet kRgb24{QX_FMT_RGB24};
 inline constexpr FormatSet kGrayOrRgb24{QX_FMT_GRAY, QX_FMT_RGB24};
 
-// Null records and null first planes, before anything else is looked at.
+// Null records and null first planes, before any other check.
 [[nodiscard]] inline uint32_t check_planes(std::initializer_list<const QX_OFFSCREEN*> images) {
   for (const QX_OFFSCREEN* image : images) {
     if (image == nullptr || image->plane[0] == nullptr) return MVK_BAD_ARGUMENT;
@@ -69,7 +69,7 @@ inline constexpr FormatSet kGrayOrRgb24{QX_FMT_GRAY, QX_FMT_RGB24};
   return MVK_OK;
 }
 
-// Both images of an operation, the source completely before the destination.
+// Both images of an operation; all checks of the source come first.
 [[nodiscard]] inline uint32_t check_pair(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src,
                                          FormatSet accepted) {
   if (const uint32_t code = check_planes({src, dst}); code != MVK_OK) return code;

@@ -2,7 +2,7 @@
 
 #include "api/check.h"
 
-// The image's sizes and pitch are not checked: one without pixels holds nothing.
+// Sizes and pitch are not checked: an image without pixels has no box.
 uint32_t mvk_get_mask_roi(const QX_OFFSCREEN* image, MKRect* rect, uint32_t level) {
   using namespace mvk::api;
   if (image == nullptr || rect == nullptr) return MVK_BAD_ARGUMENT;

@@ -21,7 +21,7 @@ uint32_t check_mode(const MKOutlineMode& mode) {
 
 void* mvk_outline_create(void) { return std::calloc(1, sizeof(uint32_t)); }
 
-// The pitch is not checked: gray rows are packed, and rows of a Y plane are only stepped.
+// The pitch is not checked: gray rows count as packed, and any pitch may separate rows of Y.
 uint32_t mvk_outline_expansion(void* handle, const QX_OFFSCREEN* image, const MKOutlineMode* mode,
                                MKGetOutline* result) {
   if (handle == nullptr || result == nullptr) return MVK_NULL_RECORD;

@@ -35,8 +35,8 @@ struct Bounds {
   Bounds(int64_t pixels, float about)
       : low(-about), high(static_cast<float>(pixels - 1) - about), centre(about), size(pixels) {}
 
-  // Which pixel a coordinate falls on, -1 outside. Rounding can put the bounds of a far centre
-  // beyond the pixels, hence the second test.
+  // The pixel that a coordinate falls on, -1 outside. With a far centre rounding can move the
+  // bounds beyond the last pixel, hence the second test.
   int64_t pixel(double at) const {
     if (!(at >= low && at <= high)) return -1;
     const int64_t index = saturate_to_int32(at + centre);

@@ -1,4 +1,4 @@
-// The one place that puts OpenCV matrix headers on planes. Headers own nothing.
+// OpenCV matrix headers over planes, made nowhere else from descriptors. Headers own nothing.
 #pragma once
 
 #include <cstdint>
@@ -23,13 +23,13 @@ inline cv::Mat first_plane_mat(const KelPixelRegion& region, int type) {
   return plane_mat(region.plane[0], region.width, region.height, region.pitch[0], type);
 }
 
-// Whole chroma pairs: of odd sides the last column and row have none.
+// Whole chroma pairs: the last column and row of odd sides have none.
 inline cv::Mat chroma_mat(const KelPixelRegion& region) {
   return plane_mat(region.plane[1], region.width / 2, region.height / 2, region.pitch[1], CV_8UC2);
 }
 
-// Rows packed, whatever the pitch says: how the mask and outline operations see plane 0. Where the
-// source is only read, the caller must hand the header to operations that only read it.
+// Rows packed, whatever the pitch says: how the mask and outline operations see plane 0. The
+// header is writable even if the region is a source: pass it only to operations that read it.
 inline cv::Mat packed_mat(const KelPixelRegion& region, int type) {
   const int64_t row_bytes = int64_t{region.width} * CV_ELEM_SIZE(type);
   return plane_mat(region.plane[0], region.width, region.height, row_bytes, type);

@@ -1,6 +1,5 @@
 // Views of the caller's pixels. A view is a value on the stack of one call: it knows where the
-// rows of a plane start and how much of them means something, and it owns nothing when it was
-// built from a descriptor.
+// rows of a plane start and how long they are. Views built from a descriptor own nothing.
 #pragma once
 
 #include <cstddef>
@@ -16,12 +15,12 @@ using KelPixelRegion = QX_OFFSCREEN;
 
 namespace kel::imageprocess {
 
-// One plane of bytes. All pitch arithmetic of the library is row().
+// One plane of bytes; row() gives the address of a row.
 struct Plane {
   uint8_t* data = nullptr;
-  bool owns = false;      // data came from new[] and goes with the view
+  bool owns = false;      // data came from new[]; the view deletes it
   int64_t size = 0;       // pitch * rows
-  int64_t row_bytes = 0;  // bytes of a row that mean something
+  int64_t row_bytes = 0;  // bytes of a row without its padding
   int64_t rows = 0;
   int64_t pitch = 0;  // bytes between row starts
 
@@ -43,7 +42,7 @@ struct Plane {
     if (owns) delete[] data;
   }
 
-  // Not const: a view that is const shows const pixels.
+  // Not const: the pixels of a const view are const.
   uint8_t* row(int64_t y) {  // NOLINT(readability-make-member-function-const)
     return data + y * pitch;
   }
@@ -61,7 +60,7 @@ struct Plane {
   }
 };
 
-// Plane 0 of a region. Of a two-plane format all of Y, an odd last row and column too.
+// Plane 0 of a region. For two-plane formats all of Y, including an odd last row and column.
 inline Plane first_plane(const KelPixelRegion& region) {
   return {region.plane[0], int64_t{region.width} * bytes_per_pixel(region.format), region.height,
           region.pitch[0]};
@@ -82,8 +81,8 @@ struct PixelRegion_ {
         width(static_cast<uint32_t>(region.width)) {}
 };
 
-// View of the even part of a Y plane and its interleaved chroma plane. NV12 and NV21 share it: the
-// order inside a chroma pair is a matter of the format code alone.
+// View of the even part of a Y plane and its interleaved chroma plane. NV12 and NV21 share it: only
+// the format code tells the order within a chroma pair.
 struct PixelRegion2P422_Impl {
   Plane own;  // for views that bring their own memory; empty when built from a descriptor
   Plane y;
@@ -95,7 +94,7 @@ struct PixelRegion2P422_Impl {
         chroma(region.plane[1], even_part(region.width), region.height / 2, region.pitch[1]),
         width(even_part(region.width)) {}
 
-  // Copies each plane whose size agrees; the Y plane is skipped on its own.
+  // Copies each plane whose size agrees, whether or not the other one does.
   PixelRegion2P422_Impl& copy(const PixelRegion2P422_Impl& src);
 };
 

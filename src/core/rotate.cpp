@@ -99,7 +99,7 @@ void rotate(KelPixelRegion& dst, const KelPixelRegion& src, double angle, Point2
   const Size_<int> dst_size{dst.width, dst.height};
   const Size_<int> src_size{src.width, src.height};
   if (is_zero(scale)) scale = get_resize_scale(dst_size, src_size, angle);
-  const int64_t whole = whole_angle(angle);  // its fraction does not count, 90.5 is 90
+  const int64_t whole = whole_angle(angle);  // without its fraction: 90.5 counts as 90
   if (whole % 90 == 0 && std::abs(scale - 1.0) <= std::abs(scale) * kEpsilon) {
     return rotate_90s(dst, src, static_cast<int>(whole), centre);
   }

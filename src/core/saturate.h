@@ -7,7 +7,7 @@
 
 namespace kel {
 
-// Truncates towards zero; values beyond the range become its ends, NaN becomes 0.
+// Truncates towards zero and clamps to the range; NaN becomes 0.
 inline int32_t saturate_to_int32(double value) {
   constexpr double kMin = std::numeric_limits<int32_t>::min();
   constexpr double kMax = std::numeric_limits<int32_t>::max();

@@ -30,7 +30,7 @@ Turn decode_angle(float angle) {
   }
 }
 
-// As if the rows were packed, whatever the pitch says.
+// The plane as if its rows were packed, whatever the pitch.
 Plane packed(const Plane& plane) {
   return {plane.data, plane.row_bytes, plane.rows, plane.row_bytes};
 }

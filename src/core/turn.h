@@ -8,11 +8,12 @@
 
 namespace kel::imageprocess {
 
-// Turns src by the whole part of angle, in degrees clockwise; dst has the turned size, else nothing
-// is written. Angles that are not right ones go to gray_rotate_any() for gray and do nothing for
-// the other formats; centre matters there only.
+// Turns src by the whole part of angle, in degrees clockwise. Nothing is written unless dst has the
+// turned size. Other angles than right ones go to gray_rotate_any() for gray, which alone uses
+// centre, and do nothing for the other formats.
 //
-// RGB24 and ARGB step rows by pitch. GRAY, NV12 and NV21 take rows as packed, but for 0 and 360.
+// Rows of RGB24 and ARGB are addressed by pitch; those of GRAY, NV12 and NV21 count as packed,
+// except for 0 and 360 degrees.
 template <uint32_t Code>
 void rotate(PixelRegion_<Code>& dst, const PixelRegion_<Code>& src, Point2D_<float> centre,
             float angle);

@@ -25,8 +25,8 @@ bool is_finite(const cv::Mat& matrix) {
   return true;
 }
 
-// OpenCV samples with 16-bit coordinates and refuses larger sources; of destinations it doubles the
-// sides in an int.
+// OpenCV samples with 16-bit coordinates and refuses larger sources; it doubles the sides of the
+// destination in an int.
 bool fits(const KelPixelRegion& dst, const KelPixelRegion& src) {
   constexpr int kLongestSource = std::numeric_limits<int16_t>::max() - 1;
   constexpr int kLongest = 1 << 29;

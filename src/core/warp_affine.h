@@ -8,9 +8,9 @@
 
 namespace kel::imgproc {
 
-// cv::warpAffine of every plane by a 2 x 3 matrix of doubles; of the chroma plane by the matrix
-// with half its translation. Matrices that are not finite, sources with a side of 32767 or more and
-// destinations with one above 2^29 write nothing.
+// cv::warpAffine of every plane by a 2 x 3 matrix of doubles; for the chroma plane its translation
+// is halved. dst is left alone if the matrix is not finite, a side of src is 32767 or longer, a
+// side of dst is above 2^29, or the format cannot be moved.
 void warpAffine(KelPixelRegion& dst, const KelPixelRegion& src, const cv::Mat& matrix, int flags,
                 int border_mode, Scalar_<float> border_value);
 

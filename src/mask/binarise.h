@@ -6,8 +6,8 @@
 
 namespace kel::mask {
 
-// 255 where a pixel of src is above level, 0 elsewhere; in place if wanted. CV_8UC1 matrices of one
-// size. OpenCV counts the pixels of a call in 32 bits, so large images are done in parts.
+// 255 where a pixel of src is above level, 0 elsewhere; may be in place. CV_8UC1 matrices of one
+// size. OpenCV counts the pixels of a call in 32 bits, so large images are split.
 inline void binarise(const cv::Mat& src, cv::Mat& dst, double level) {
   const int rows = std::max(1, (1 << 30) / src.cols);
   for (int y = 0; y < src.rows; y += rows) {

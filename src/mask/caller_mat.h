@@ -1,4 +1,4 @@
-// How the mask operations see the caller's planes: packed, read where they lie.
+// The caller's planes as the mask operations see them: packed, and not copied without need.
 #pragma once
 
 #include <cstddef>
@@ -14,8 +14,8 @@ inline size_t packed_size(const KelPixelRegion& region) {
          static_cast<size_t>(imageprocess::bytes_per_pixel(region.format));
 }
 
-// src for a filter that writes dst: a header on the caller's memory, or a copy of it when the
-// planes overlap, which hardly any filter can take.
+// src for a filter that writes dst: a header over the caller's memory, or a copy of it if the
+// planes overlap, which few filters allow.
 inline cv::Mat source_mat(const KelPixelRegion& src, const KelPixelRegion& dst, int type) {
   const cv::Mat view = packed_mat(src, type);
   const std::less<const uint8_t*> before;

@@ -5,8 +5,7 @@
 namespace kel::mask {
 namespace {
 
-// Bytes whose maximum is looked at before any single byte is; compilers turn the maximum into
-// vector instructions.
+// Bytes whose maximum is tested before single bytes are; compilers vectorise the maximum.
 constexpr int32_t kBlock = 64;
 
 bool block_reaches(const uint8_t* pixels, uint32_t level) {
@@ -31,8 +30,8 @@ int32_t find_last(const uint8_t* row, int32_t from, int32_t to, uint32_t level) 
 
 }  // namespace
 
-// Rows are searched from both ends; rows between the two are only read outside the columns that
-// are known to belong to the box.
+// Rows are searched from both ends; in the rows between, only the columns outside the box found so
+// far are read.
 uint32_t get_mask_roi(const KelPixelRegion& image, MKRect& rect, uint32_t level) {
   const imageprocess::PixelRegion_<QX_FMT_GRAY> view(image);
   const int32_t width = image.width;

@@ -15,9 +15,9 @@ namespace {
 
 constexpr double kSure = 250.0;       // pixels above this are inside
 constexpr uint32_t kSnapRadius = 12;  // working pixels
-constexpr int kFullSizeMedian = 15;   // whatever the kernel at the working size
+constexpr int kFullSizeMedian = 15;   // side, independent of ksize
 
-// The whole factor nearest to limit / larger side, in single precision.
+// The integer nearest to limit / larger side, in single precision.
 int32_t working_scale(uint32_t limit, int32_t larger_side) {
   return saturate_to_int32(static_cast<float>(limit) / static_cast<float>(larger_side) + 0.5F);
 }
@@ -31,7 +31,7 @@ void smooth_at_full_size(const cv::Mat& mask, cv::Mat& dst) {
 void snap_to_guide(cv::Mat& mask, const cv::Mat& guide) {
   cv::Mat reduced;
   cv::resize(guide, reduced, mask.size(), 0.0, 0.0, cv::INTER_LINEAR);
-  // A mask without edges is refused and stays as it is, as it should here.
+  // Fails for a mask without contours, which then stays as it is: nothing to snap.
   static_cast<void>(make_edge_add(mask, kSnapRadius, reduced));
 }
 

@@ -16,7 +16,7 @@ using imageprocess::Plane;
 using imageprocess::RowDecision;
 
 constexpr int32_t kVector = 64;   // longest vector in bytes
-constexpr int32_t kBlock = 1024;  // columns worked on at a time, for the cache
+constexpr int32_t kBlock = 1024;  // columns processed at a time, for the cache
 
 // Whether every pixel is 0 or 255.
 bool is_binary(const cv::Mat& image) {
@@ -64,7 +64,7 @@ class CountedMedian {
   }
 
  private:
-  // As if the windows stood one row above the image.
+  // Sums of the windows as if they were one row above the image.
   void start() {
     std::fill(full_sums_.begin(), full_sums_.end(), uint16_t{0});
     std::fill(zero_sums_.begin(), zero_sums_.end(), uint16_t{0});
@@ -118,7 +118,7 @@ class CountedMedian {
     imageprocess::decide_row(job);
   }
 
-  // The open pixels of row y, in runs: gaps that are cheaper to slide over belong to them.
+  // The open pixels of row y, in runs, which include gaps that are cheaper to slide across.
   void select(int32_t y) {
     const Plane plane(src_.data, src_.cols, src_.rows, static_cast<int64_t>(src_.step[0]));
     const ColumnHistograms all{&plane,          radius_,         width_ + 2 * radius_,

@@ -1,8 +1,8 @@
 // The median of a mask by counting.
 //
-// Where more than half of a window is 0, or more than half is 255, the median is known without
-// looking further. Both counts slide: along the row as sums over runs of doubled length, from row
-// to row by adding the row that enters and taking away the one that leaves.
+// Where more than half of a window is 0, or more than half is 255, the median is known. Both counts
+// slide: along the row as sums over runs of doubled length, from row to row by adding the row that
+// enters and subtracting the one that leaves.
 //
 // Pixels without a majority, those on soft edges, get their median from histograms of columns as in
 // Perreault and Hebert, "Median filtering in constant time" (2007), with two changes: a column is

@@ -1,8 +1,8 @@
 // The median of a mask over 3x3 or 5x5 pixels by minima and maxima.
 //
-// Most of a mask is flat. A chunk of a row, with the columns that its windows reach, is looked at
-// when the row enters the windows; where more than half of their rows are of one value, that value
-// is the result.
+// Most of a mask is flat. A chunk of a row, with the columns that its windows reach, is tested when
+// the row enters the windows; where more than half of their rows have one value, that value is the
+// result.
 //
 // Elsewhere the columns of a window are sorted, then its rows, and the median is found on the
 // diagonals that run against both orders, as in Paeth, "Median finding on a 3x3 grid" (1990).

@@ -28,7 +28,7 @@ void gaussian(const cv::Mat& in, cv::Mat& out, int32_t ksize, double sigma_x, do
 
 void bilateral(const cv::Mat& in, cv::Mat& out, int32_t ksize, double sigma_colour,
                double sigma_space) {
-  // Offsets from the middle of a window to its end are what has to fit.
+  // What has to fit are offsets from the centre of a window to its end.
   const int64_t radius = std::max(ksize / 2, 1);
   if (!fits_int((row_bytes(in) + 2 * radius * in.channels()) * (radius + 1))) return;
   cv::bilateralFilter(in, out, ksize, sigma_colour, sigma_space, kMirrored);

@@ -19,7 +19,7 @@ constexpr int32_t kVector = 64;  // longest vector in bytes
 constexpr int32_t round_up(int32_t value) { return (value + kVector - 1) / kVector * kVector; }
 
 // The kernel's rows sorted by their run; rows with the same run are neighbours, even in number
-// (filled up with -1), so that they can be served in pairs.
+// (padded with -1), so that they can be processed in pairs.
 struct RunKernel {
   std::vector<KernelRun> runs;
   std::vector<int32_t> rows;
@@ -98,8 +98,8 @@ class Strip {
  private:
   enum class Content { Outside, Opposite, Mixed };
 
-  // Takes row y with the kernel's reach on both sides; rows that are all as the outside do nothing,
-  // and rows that are all the opposite decide whatever they reach.
+  // Loads row y with the kernel's reach on both sides. Rows that equal the outside throughout have
+  // no effect; rows of the opposite value throughout decide all they reach.
   Content load(int32_t y) {
     const int32_t anchor = kernel_.width / 2;
     const int32_t from = std::max(0, left_ - anchor);
@@ -132,7 +132,7 @@ class Strip {
     imageprocess::spread_row(job, dilate_);
   }
 
-  // Row y has seen all it reaches, and decided_ the last row that is opposite throughout.
+  // Output row y is complete: all input rows that reach it have been loaded.
   void emit(int32_t y) {
     if (y <= decided_) {
       std::memset(dst_.ptr(y, left_), 255 - outside_, static_cast<size_t>(width_));
@@ -166,7 +166,7 @@ class Strip {
 }  // namespace
 
 void morph_runs(const cv::Mat& src, cv::Mat& dst, const cv::Mat& kernel, bool dilate) {
-  // Strips are as wide as their ring fits the first-level cache.
+  // Strips are as wide as the first-level cache holds their ring.
   constexpr int32_t kCache = 32 * 1024;
   const int32_t widest =
       std::min(src.cols, std::clamp(kCache / kernel.rows / kVector, 4, 32) * kVector);

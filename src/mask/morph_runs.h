@@ -3,8 +3,8 @@
 // Every row of the ellipse is one horizontal run. The maximum over any run of pixels is the larger
 // of two overlapping runs whose length is a power of two, and maxima over those are made by
 // doubling (the sparse table for range maxima: Bender and Farach-Colton, "The LCA problem
-// revisited", 2000). So each input row is doubled up once, and for each run of the kernel its
-// maxima go into the output rows that see the input row through that run.
+// revisited", 2000). So the tables of each input row are made once, and for each run of the
+// kernel the maxima go into the output rows that the input row reaches through that run.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@
 namespace kel::mask {
 
 // Same bytes as cv::morphologyEx with `kernel` as its element, the anchor in its centre and the
-// default border. Every row of kernel must be one run that holds the centre column. src and dst
+// default border. Every row of kernel must be one run that includes the centre column. src and dst
 // are CV_8UC1, of one size, and do not overlap.
 void morph_runs(const cv::Mat& src, cv::Mat& dst, const cv::Mat& kernel, bool dilate);
 

@@ -9,14 +9,14 @@
 
 namespace kel::mask {
 
-// From this kernel on runs are faster than OpenCV, whose cost grows with the kernel's area.
+// From this side on runs are faster than OpenCV, whose cost grows with the kernel's area.
 constexpr int kSmallestForRuns = 7;
 // OpenCV counts the bytes of the rows it keeps, three more than the kernel has, in an int.
 constexpr int kWidestForOpenCv = 1 << 27;
 
 uint32_t morph_trans(const KelPixelRegion& src, const KelPixelRegion& dst, int32_t amount) {
   cv::Mat to = packed_mat(dst, CV_8UC1);
-  if (amount == 0) to.setTo(0);  // the only refusal that writes: amount 0 gives an empty mask
+  if (amount == 0) to.setTo(0);  // the only failure that writes
   return morph_trans(source_mat(src, dst, CV_8UC1), to, amount);
 }
 

@@ -14,7 +14,8 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 using Bytes = hn::CappedTag<uint8_t, 64>;
 
-// Sums over 1, 2, 4 ... pixels; those of the binary digits of ksize, side by side, make the window.
+// Sums over 1, 2, 4 ... pixels are doubled up; those for the binary digits of ksize, side by side,
+// cover the window.
 void count_row(uint8_t* counts, const uint8_t* padded, int32_t width, int32_t ksize, uint8_t value,
                uint8_t* scratch) {
   const Bytes d;

@@ -16,7 +16,7 @@ namespace hn = hwy::HWY_NAMESPACE;
 using Words = hn::CappedTag<uint16_t, 32>;
 using HalfBytes = hn::Rebind<uint8_t, Words>;
 
-// The window's count after the step to this row, in the words x ... of it.
+// Moves the counts of a vector of windows, from window x on, to this row.
 HWY_INLINE hn::Vec<Words> slide(const WindowCount& count, int64_t x) {
   const Words d;
   const HalfBytes bytes;

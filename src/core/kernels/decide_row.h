@@ -12,7 +12,7 @@ struct WindowCount {
   const uint8_t* leaving;
 };
 
-// All rows may be read and written up to a multiple of 32 pixels.
+// Rows may be read and written up to the next multiple of 32 pixels.
 struct RowDecision {
   int32_t width;
   uint16_t majority;
@@ -22,7 +22,7 @@ struct RowDecision {
   uint8_t* open;    // 255 where neither has it
 };
 
-// Moves the sums one row down, then fills result and, if zeros are counted, open.
+// Moves the sums one row down, then fills result and, where zeros are counted, open.
 void decide_row(const RowDecision& row);
 // Reference version; results must match.
 void decide_row_plain(const RowDecision& row);

@@ -47,7 +47,7 @@ HWY_INLINE Vector median(Vector (&m)[kSide * kSide]) {
   return m[kSide * kSide / 2];
 }
 
-// Whether a chunk and the columns beside it are all of the first's value.
+// Whether a chunk and the columns beside it all have one value.
 template <int kSide>
 HWY_INLINE bool is_flat(const uint8_t* row) {
   const Bytes d;
@@ -75,8 +75,8 @@ HWY_INLINE void filter_chunk(const uint8_t* const (&rows)[5], int32_t left, uint
   }
 }
 
-// The same where windows reach over a border, whose column is repeated; `inside` is the first of
-// the columns nearest to theirs.
+// The same where windows reach beyond the row, whose border columns are repeated. `inside`: `left`
+// clamped to the columns for which the row has them all.
 template <int kSide>
 HWY_INLINE void filter_border_chunk(const NetworkRow& row, int32_t left, int32_t inside,
                                     uint8_t* result) {

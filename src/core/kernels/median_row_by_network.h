@@ -11,7 +11,7 @@ inline constexpr int kNetworkChunk = 64;  // pixels that are looked at together
 struct NetworkRow {
   const uint8_t* rows[5];  // the ksize rows, the border rows repeated
   int32_t width;           // at least kNetworkChunk + 4
-  uint8_t* runs;           // for each chunk: up to ksize last rows that are of one value
+  uint8_t* runs;           // per chunk: how many of the last rows, up to ksize, have one value
   uint8_t* result;         // null while the windows are above the image
 };
 

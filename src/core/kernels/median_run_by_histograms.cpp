@@ -23,7 +23,7 @@ using Column = hn::CappedTag<uint8_t, 16>;
 alignas(32) constexpr uint8_t kSteps[32] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1,
                                             1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
 
-// Counts one pixel in (Sign 1) or out of a column.
+// Adds a pixel to a column (Sign 1) or removes it.
 template <int Sign>
 HWY_INLINE void count_pixel(const ColumnHistograms& all, int64_t column, uint8_t value) {
   const Column d;
@@ -42,7 +42,7 @@ HWY_INLINE int64_t clamp_to(int64_t at, int64_t end) {
   return at < 0 ? 0 : at < end ? at : end - 1;
 }
 
-// Counts a column about row y from nothing.
+// Counts a column around row y afresh.
 void restart_column(const ColumnHistograms& all, int64_t column, int32_t y) {
   const int64_t x = clamp_to(all.left + column, all.src->row_bytes);
   std::memset(all.groups + 16 * column, 0, 16);
@@ -55,7 +55,7 @@ void restart_column(const ColumnHistograms& all, int64_t column, int32_t y) {
   all.centre[column] = y;
 }
 
-// Moves columns [first, last] down to row `to`, where they are not there yet.
+// Moves those of the columns [first, last] down to row `to` that are one row above it.
 HWY_INLINE void move_columns(const ColumnHistograms& all, int64_t first, int64_t last, int32_t to) {
   const uint8_t* leaving_row = all.row(to - 1 - all.radius);
   const uint8_t* entering_row = all.row(to + all.radius);
@@ -71,7 +71,7 @@ HWY_INLINE void move_columns(const ColumnHistograms& all, int64_t first, int64_t
   }
 }
 
-// Brings columns [first, last] to the windows of row y.
+// Brings columns [first, last] up to date for the windows of row y.
 void update_columns(const ColumnHistograms& all, int64_t first, int64_t last, int32_t y) {
   int32_t oldest = y;
   for (int64_t column = first; column <= last; ++column) {
@@ -85,7 +85,7 @@ void update_columns(const ColumnHistograms& all, int64_t first, int64_t last, in
 struct WindowCounts {
   alignas(32) uint16_t counts[16];
 
-  // Takes consecutive columns in (Sign 1) or out.
+  // Adds consecutive columns (Sign 1) or removes them.
   template <int Sign>
   HWY_INLINE void take(const uint8_t* columns, int64_t count) {
     const Counts d;
@@ -105,7 +105,7 @@ struct WindowCounts {
     for (size_t i = 0; i < 16; i += hn::Lanes(d)) hn::Store(hn::Zero(d), d, counts + i);
   }
 
-  // The first of the sixteen whose count is above rank, which is narrowed to a rank within it.
+  // The first of the sixteen whose count is above rank; rank becomes the rank within it.
   HWY_INLINE int32_t find(int32_t& rank) const {
     const Counts d;
     const auto limit = hn::Set(d, static_cast<uint16_t>(rank));
@@ -128,7 +128,7 @@ void median_run_by_histograms(const ColumnHistograms& all, const uint8_t* open, 
   update_columns(all, first, last + side - 1, y);
   WindowCounts groups;
   WindowCounts values[16];
-  int32_t place[16];  // where the window stands that values[group] counts
+  int32_t place[16];  // the pixel whose window values[group] counts
   for (int32_t& x : place) x = -side;
   groups.clear();
   groups.take<1>(all.groups + 16 * int64_t{first}, side);

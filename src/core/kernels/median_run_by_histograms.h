@@ -1,4 +1,4 @@
-// Medians of neighbouring pixels from histograms of the columns below their windows.
+// Medians of neighbouring pixels from histograms of the columns of their windows.
 #pragma once
 
 #include <cstdint>
@@ -13,8 +13,8 @@ struct ColumnHistograms {
   const Plane* src;
   int32_t radius;
   int32_t columns;
-  int32_t left;     // source column of column 0, may lie outside
-  int32_t* centre;  // row about which the column was counted last, or kNever
+  int32_t left;     // source column of column 0, may be outside
+  int32_t* centre;  // row around which the column was last counted, or kNever
   uint8_t* groups;  // [column][16]: pixels whose upper four bits are at most i
   uint8_t* values;  // [group][column][16]: pixels of the group whose lower four are at most i
   static constexpr int32_t kNever = INT32_MIN / 2;
@@ -26,9 +26,9 @@ struct ColumnHistograms {
   }
 };
 
-// result[x] = the median of the window about pixel x of row y, for the pixels [first, last] of the
-// block that are open (not 0); the others keep what they have. Rows must not go up between calls
-// with the same histograms.
+// result[x] = the median of the window around pixel x of row y, for those of the pixels [first,
+// last] of the block that are open (not 0); the others are left alone. Between calls with the same
+// histograms y must not decrease.
 void median_run_by_histograms(const ColumnHistograms& all, const uint8_t* open, int32_t first,
                               int32_t last, int32_t y, uint8_t* result);
 // Reference version, which uses no histograms; results must match.

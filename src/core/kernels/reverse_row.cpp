@@ -39,8 +39,8 @@ void reverse_by_blocks(uint8_t* dst, const uint8_t* src, int64_t count) {
   }
 }
 
-// Elements of 3 bytes: five at a time, of 16 bytes that start one byte before them. The byte that
-// is stored too much is overwritten by the elements that follow.
+// Elements of 3 bytes: five at a time, of 16 bytes that start one byte before them. The
+// excess byte of each store is overwritten by the elements that follow.
 void reverse_by_fives(uint8_t* dst, const uint8_t* src, int64_t count) {
   const hn::CappedTag<uint8_t, 16> d;
   alignas(16) static constexpr uint8_t kReversed[16] = {13, 14, 15, 10, 11, 12, 7, 8,

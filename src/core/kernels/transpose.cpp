@@ -23,7 +23,7 @@ void transpose(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrdiff_t
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-// One or two blocks of 16 bytes, the second one for rows further down.
+// One or two blocks of 16 bytes, the second one from rows further down.
 template <typename T>
 using Vectors = hn::CappedTag<T, 32 / sizeof(T)>;
 
@@ -160,10 +160,10 @@ struct Block3 {
   }
 };
 
-// Strips of columns a few cache lines wide are taken downwards, so that src is read in runs that
-// its lines and the processor's prefetching are good for, and the rows of dst grow from left to
-// right; bands of rows keep the pages of src that the next strip needs within reach. Blocks that
-// would pass the end are moved back over the ones before.
+// Strips of columns a few cache lines wide are walked downwards: whole lines of src are used, in an
+// order that hardware prefetching follows, and the rows of dst grow from left to right. Bands of
+// rows keep the pages of src that the next strip needs in the TLB. Blocks that would pass the end
+// are moved back and overlap the ones before.
 template <typename B>
 void transpose_blocks(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrdiff_t src_stride,
                       int64_t width, int64_t height) {
@@ -188,8 +188,7 @@ void transpose_blocks(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, pt
 template <typename B>
 void transpose_with(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrdiff_t src_stride,
                     int64_t width, int64_t height) {
-  // Rows of dst that overlap, by a pitch that is too small, show the order in which they are
-  // written.
+  // If rows of dst overlap, because the pitch is too small, the order of writing is visible.
   const bool overlaps = std::abs(dst_stride) < height * B::kBytes;
   if (width < B::kColumns || height < B::kRows || overlaps) {
     return transpose_plain(dst, dst_stride, src, src_stride, width, height, B::kBytes);

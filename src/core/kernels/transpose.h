@@ -1,4 +1,4 @@
-// Turns a grid of elements of 1 to 4 bytes over its diagonal.
+// Transposes a grid of elements of 1 to 4 bytes.
 #pragma once
 
 #include <cstddef>

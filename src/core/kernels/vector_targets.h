@@ -2,6 +2,6 @@
 // set, the best of which is chosen when the program runs.
 #pragma once
 
-// The kernels keep vectors in arrays, which scalable vectors do not allow; processors that have
-// those run the fixed-size ones as fast.
+// The kernels keep vectors in arrays, which scalable vectors do not allow. Processors that have
+// scalable vectors run the code for fixed-size ones instead.
 #define HWY_DISABLED_TARGETS (HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128 | HWY_RVV)
