@@ -1,12 +1,12 @@
 #include <cstdlib>
 
-#include "morvik/morvik.h"
+#include "api/check.h"
 #include "outline/outline_expansion.h"
 #include "outline/result.h"
 
 namespace {
 
-uint32_t check_mode(const MKOutlineMode& mode) {
+[[nodiscard]] uint32_t check_mode(const MKOutlineMode& mode) {
   if (mode.mode > MK_OMODE_VECTOR_CENTER) return MVK_BAD_ARGUMENT;
   if (mode.chain_approx != MK_OCHAIN_ALL && mode.chain_approx != MK_OCHAIN_SIMPLE) {
     return MVK_BAD_ARGUMENT;
@@ -31,7 +31,7 @@ uint32_t mvk_outline_expansion(void* handle, const QX_OFFSCREEN* image, const MK
   }
   if (mode == nullptr) return MVK_NULL_RECORD;
   if (const uint32_t code = check_mode(*mode); code != MVK_OK) return code;
-  if (image == nullptr || image->plane[0] == nullptr) return MVK_BAD_ARGUMENT;
+  if (const uint32_t code = mvk::api::check_planes({image}); code != MVK_OK) return code;
   if (image->width < 1 || image->height < 1) return MVK_BAD_ARGUMENT;
   switch (image->format) {
     case QX_FMT_GRAY:

@@ -125,7 +125,7 @@ TEST(Kernels, MedianRowByNetwork) {
         for (int y = 1 - ksize; y < kHeight; ++y) {
           NetworkRow row{{}, width, runs.data(), y < 0 ? nullptr : to + y * width};
           for (int i = 0; i < ksize; ++i) {
-            row.rows[i] = &pixels[0] + std::clamp(y - ksize / 2 + i, 0, kHeight - 1) * width;
+            row.rows[i] = pixels.data() + std::clamp(y - ksize / 2 + i, 0, kHeight - 1) * width;
           }
           median(row, ksize);
         }
@@ -154,7 +154,8 @@ TEST(Kernels, SpreadRow) {
         Bytes tables(static_cast<size_t>(kLevels * kStride));
         std::copy(row.begin(), row.end(), tables.begin());
         uint8_t* const targets[4]{rows[0], nullptr, length % 2 == 0 ? nullptr : rows[1], rows[2]};
-        spread(RowSpread{&tables[0], kStride, kLevels, kWidth, &run, 1, targets, rows[4]}, maxima);
+        spread(RowSpread{tables.data(), kStride, kLevels, kWidth, &run, 1, targets, rows[4]},
+               maxima);
         std::copy_n(rows[0], 4 * kWidth, to);
       });
     }
