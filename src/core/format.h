@@ -59,10 +59,10 @@ constexpr void with_movable_format(uint32_t code, Function function) {
       if (code == Code) function.template operator()<Code>();
     }
   };
-  [&]<size_t... Row>(std::index_sequence<Row...>) {
+  const auto call_among = [&]<size_t... Row>(std::index_sequence<Row...>) {
     (call_if.template operator()<kFormats[Row].code>(), ...);
-  }
-  (std::make_index_sequence<kFormats.size()>());
+  };
+  call_among(std::make_index_sequence<kFormats.size()>());
 }
 
 // The part of a side that chroma pairs cover.
