@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "morvik/morvik.h"
+#include "reference/resize.h"
 
 namespace as_written {
 
@@ -154,7 +155,7 @@ inline cv::Mat smooth_mask(const cv::Mat& coarse, const QX_OFFSCREEN& guide, uin
   cv::Mat m = coarse.clone();
   const cv::Size size(guide.width, guide.height);
   if (limit >= static_cast<uint32_t>(std::max(size.width, size.height))) {
-    cv::resize(m.clone(), m, size, 1.0, 0.0, 1);
+    m = scaled(m, size);
     cv::medianBlur(m.clone(), m, 15);
     return m;
   }
@@ -163,16 +164,13 @@ inline cv::Mat smooth_mask(const cv::Mat& coarse, const QX_OFFSCREEN& guide, uin
   if (s < 1) return {};
   const cv::Size working(m.cols * s, m.rows * s);
   cv::threshold(m.clone(), m, 250.0, 255.0, cv::THRESH_BINARY);
-  cv::resize(m.clone(), m, working, 1.0, 0.0, 1);
+  m = scaled(m, working);
   cv::threshold(m.clone(), m, 250.0, 255.0, cv::THRESH_BINARY);
   if (mode == 1) {
-    cv::Mat g = block(guide);
-    cv::resize(g.clone(), g, working, 1.0, 0.0, 1);
-    snap_edges(m, 12, g);
+    snap_edges(m, 12, scaled(block(guide), working));
   }
   cv::medianBlur(m.clone(), m, 25);
-  cv::resize(m.clone(), m, size, 1.0, 0.0, 1);
-  return m;
+  return scaled(m, size);
 }
 
 }  // namespace as_written

@@ -1,8 +1,8 @@
 #include "mask/mask_smooth.h"
 
 #include <algorithm>
-#include <opencv2/imgproc.hpp>
 
+#include "core/resize.h"
 #include "core/saturate.h"
 #include "mask/binarise.h"
 #include "mask/caller_mat.h"
@@ -22,17 +22,20 @@ int32_t working_scale(uint32_t limit, int32_t larger_side) {
   return saturate_to_int32(static_cast<float>(limit) / static_cast<float>(larger_side) + 0.5F);
 }
 
+cv::Mat scaled(const cv::Mat& src, cv::Size size) {
+  cv::Mat dst(size, src.type());
+  imgproc::resize_plane(dst, src, imageprocess::InterpolationMethod::kLinear);
+  return dst;
+}
+
 void smooth_at_full_size(const cv::Mat& mask, cv::Mat& dst) {
-  cv::Mat enlarged;
-  cv::resize(mask, enlarged, dst.size(), 0.0, 0.0, cv::INTER_LINEAR);
+  const cv::Mat enlarged = scaled(mask, dst.size());
   median(enlarged, dst, kFullSizeMedian);
 }
 
 void snap_to_guide(cv::Mat& mask, const cv::Mat& guide) {
-  cv::Mat reduced;
-  cv::resize(guide, reduced, mask.size(), 0.0, 0.0, cv::INTER_LINEAR);
   // Fails for a mask without contours, which then stays as it is: nothing to snap.
-  static_cast<void>(make_edge_add(mask, kSnapRadius, reduced));
+  static_cast<void>(make_edge_add(mask, kSnapRadius, scaled(guide, mask.size())));
 }
 
 }  // namespace
@@ -60,14 +63,13 @@ uint32_t use_opencv(const KelPixelRegion& dst, const KelPixelRegion& mask, uint3
   const cv::Size working(static_cast<int>(width), static_cast<int>(height));
 
   cv::Mat binary(coarse.size(), CV_8UC1);
-  cv::Mat work;
   binarise(coarse, binary, kSure);
-  cv::resize(binary, work, working, 0.0, 0.0, cv::INTER_LINEAR);
+  cv::Mat work = scaled(binary, working);
   binarise(work, work, kSure);
   if (mode == 1) snap_to_guide(work, packed_mat(guide, CV_8UC3));
   cv::Mat rounded(working, CV_8UC1);
   median(work, rounded, static_cast<int>(ksize));
-  cv::resize(rounded, smooth, smooth.size(), 0.0, 0.0, cv::INTER_LINEAR);
+  imgproc::resize_plane(smooth, rounded, imageprocess::InterpolationMethod::kLinear);
   return MVK_OK;
 }
 

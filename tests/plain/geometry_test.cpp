@@ -6,7 +6,6 @@
 #include <opencv2/imgproc.hpp>
 
 #include "core/gray_rotate_any.h"
-#include "core/resize.h"
 #include "core/rotate.h"
 #include "core/turn.h"
 #include "core/warp_affine.h"
@@ -192,47 +191,6 @@ void judge_planes(const TestImage& dst, const TestImage& src, Judge judge) {
     cv::copyMakeBorder(from[i], padded, 8, 8, 8, 8, cv::BORDER_REFLECT);
     judge(padded(cv::Rect({8, 8}, from[i].size())), to[i], i);
   }
-}
-
-void expect_resized(const TestImage& src, test::Shape to, uint32_t method) {
-  const TestImage dst(src.descriptor().format, to.width, to.height, 3, 2, 2);
-  const TestImage expected = dst.clone();
-  judge_planes(expected, src, [&](const cv::Mat& s, cv::Mat& d, size_t) {
-    cv::resize(s, d, d.size(), 0, 0, static_cast<int>(method));
-  });
-  ASSERT_EQ(mvk_resize(dst.get(), src.get(), method), MVK_OK);
-  ASSERT_TRUE(dst == expected) << dst << " from " << src << " by method " << method;
-}
-
-TEST(Resize, EveryFormatMethodAndShape) {
-  for (const uint32_t format : kFormats) {
-    for (const test::Shape from : test::kShapes) {
-      const TestImage src(format, from.width, from.height, 5, 4);
-      for (const test::Shape to : {from, {1, 1}, {2, 3}, {29, 50}, {64, 66}, {1030, 5}}) {
-        for (const uint32_t method : {0U, 1U, 2U, 3U}) expect_resized(src, to, method);
-      }
-    }
-  }
-}
-
-TEST(Resize, RowsThatDoNotFitTheirPitchAreLeftAlone) {
-  for (const bool breaks_dst : {false, true}) {
-    TestImage src(QX_FMT_RGB24, 8, 8);
-    TestImage dst(QX_FMT_RGB24, 8, 8, 0, 0, 2);
-    const TestImage before = dst.clone();
-    (breaks_dst ? dst : src).descriptor().pitch[0] = 16;
-    EXPECT_EQ(mvk_resize(dst.get(), src.get(), MVK_RESIZE_LINEAR), MVK_OK);
-    EXPECT_TRUE(dst == before);
-  }
-}
-
-TEST(Resize, InnerCallTakesUnknownMethodsAsNearestAndAbgrAsBytes) {
-  const TestImage src(QX_FMT_ABGR, 8, 8);
-  TestImage dst(QX_FMT_ABGR, 4, 4, 0, 0, 2);
-  TestImage expected = dst.clone();
-  for (int i = 0; i < 16; ++i) expected.row(i / 4)[i % 4] = src.row(i / 4 * 2)[i % 4 * 2];
-  kel::imgproc::resize(dst.descriptor(), src, InterpolationMethod{7});
-  EXPECT_TRUE(dst == expected);
 }
 
 TEST(ResizeScale, FollowsSidesAndAngle) {

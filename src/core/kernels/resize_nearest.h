@@ -1,0 +1,18 @@
+// Scaling by picking pixels, as bytes.
+#pragma once
+
+#include <cstdint>
+
+#include "core/kernels/byte_gather.h"
+
+namespace kel::imgproc {
+
+// The first count bytes that `bytes` picks from row.
+void pick_bytes(uint8_t* dst, const uint8_t* row, const ByteGather& bytes, int64_t count);
+void pick_bytes_plain(uint8_t* dst, const uint8_t* row, const ByteGather& bytes, int64_t count);
+
+// Pixels one by one; offsets are bytes.
+void pick_pixels(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, int64_t count,
+                 int channels);
+
+}  // namespace kel::imgproc
