@@ -17,7 +17,7 @@ unpack_packages() {
   apt-get "${options[@]}" update
   apt-get "${options[@]}" install -y --download-only --no-install-recommends \
     libstdc++-12-dev libopencv-core-dev libopencv-imgproc-dev libyuv-dev libeigen3-dev libhwy-dev \
-    libcli11-dev libpng-dev libturbojpeg0-dev libgtest-dev libbenchmark-dev >/dev/null
+    libcli11-dev libpng-dev libjpeg62-turbo-dev libturbojpeg0-dev libwebp-dev libexif-dev libgtest-dev libbenchmark-dev >/dev/null
   ln -sfn usr/lib "$root/lib"
   for package in "$state"/cache/archives/*.deb; do
     dpkg-deb --fsys-tarfile "$package" | tar -x --keep-directory-symlink -C "$root"

@@ -68,4 +68,24 @@ void Ink::paint(Picture& photo, Color color) const {
   }
 }
 
+double drawing_scale(Size size) { return std::max(size.width, size.height) / 600.0; }
+
+void draw_outlines(Picture& photo, const std::vector<std::vector<TPOINT>>& outlines, Size traced,
+                   Color color) {
+  const double width = std::max(1.5, 2.5 * drawing_scale(photo.size()));
+  Ink halo(photo.size());
+  Ink ink(photo.size());
+  for (const std::vector<TPOINT>& outline : outlines) {
+    Polyline line;
+    for (const TPOINT& point : outline) {
+      line.push_back(scaled({static_cast<double>(point.x), static_cast<double>(point.y)}, traced,
+                            photo.size()));
+    }
+    halo.polyline(line, true, 2 * width);
+    ink.polyline(line, true, width);
+  }
+  halo.paint(photo, {0, 0, 0});
+  ink.paint(photo, color);
+}
+
 }  // namespace tool

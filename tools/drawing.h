@@ -31,6 +31,14 @@ class Ink {
   std::vector<float> cover_;
 };
 
+// Closed lines with a dark halo, as wide as suits the photograph. Points are those of a picture of
+// the size `traced` that shows the same scene.
+void draw_outlines(Picture& photo, const std::vector<std::vector<TPOINT>>& outlines, Size traced,
+                   Color color);
+
+// How much larger than a picture of 600 pixels one is: for the width of lines.
+double drawing_scale(Size size);
+
 // B, G and R of a pixel moved towards a colour by share, 0 to 1.
 void blend(uint8_t* pixel, Color color, double share);
 

@@ -3,7 +3,9 @@
 #include <iostream>
 #include <numeric>
 
-#include "session.h"
+#include "commands/commands.h"
+#include "messages.h"
+#include "pictures/signals.h"
 
 namespace tool {
 namespace {
@@ -11,7 +13,7 @@ namespace {
 constexpr const char* kDescription =
     "Image processing for faces and segmentation masks.\n"
     "Data goes to standard output, messages to standard error. Exit status: 0 done, 1 nothing\n"
-    "found, 2 bad arguments or input.";
+    "found or some of many files failed, 2 bad arguments or input.";
 
 // Edits that turn one word into the other.
 size_t edit_distance(const std::string& a, const std::string& b) {
@@ -79,8 +81,11 @@ void check_words(const CLI::App& app, const std::vector<std::string>& arguments)
     throw Failure("there is no command '" + *word + "'" +
                   suggestion(*word, names, "morvik --help"));
   }
-  const std::vector<std::string> names = option_names(**command);
-  for (auto it = word + 1; it != arguments.end(); ++it) {
+  std::vector<std::string> names = option_names(**command);
+  const std::vector<std::string> global = option_names(app);
+  names.insert(names.end(), global.begin(), global.end());
+  const auto end = std::find(word, arguments.end(), "--");  // names follow
+  for (auto it = word + 1; it < end; ++it) {
     const std::string name = it->substr(0, it->find('='));
     if (name.starts_with("--") && std::count(names.begin(), names.end(), name) == 0) {
       throw Failure("there is no option '" + name + "'" +
@@ -92,21 +97,24 @@ void check_words(const CLI::App& app, const std::vector<std::string>& arguments)
 void print_times(const Session& session) {
   for (const CallTime& call : session.calls()) {
     std::cerr << call.function << " " << std::fixed << std::setprecision(3) << call.milliseconds
-              << " ms\n";
+              << " ms in " << call.count << (call.count == 1 ? " call\n" : " calls\n");
   }
 }
 
 int report(const std::string& sentence, int status) {
-  std::cerr << "morvik: " << sentence << "\n";
+  print_message(Kind::kError, sentence);
   return status;
 }
 
 int parse_and_run(const std::vector<std::string>& arguments, Session& session) {
   CLI::App app(kDescription, "morvik");
   bool times = false;
-  app.add_flag("--times", times, "Print the time of every call of the library");
+  app.add_flag("--times", times, "Print the time of the library's functions");
+  app.add_flag("--quiet,-q", session.manner.quiet, "Print no warnings, notes and progress");
+  app.add_flag("--strict", session.manner.strict, "Warnings are errors: exit status 2");
   app.set_version_flag("--version", qxMorvik_version());
   app.require_subcommand(1);
+  app.fallthrough();
   add_commands(app, session);
   check_words(app, arguments);
   try {
@@ -124,13 +132,6 @@ int parse_and_run(const std::vector<std::string>& arguments, Session& session) {
 
 }  // namespace
 
-CLI::App& add_command(CLI::App& app, const char* name, const char* description,
-                      const char* example) {
-  CLI::App& command = *app.add_subcommand(name, description);
-  command.footer(std::string("Example:\n  ") + example);
-  return command;
-}
-
 int run(const std::vector<std::string>& arguments, Session& session) {
   try {
     return parse_and_run(arguments, session);
@@ -146,6 +147,7 @@ int run(const std::vector<std::string>& arguments, Session& session) {
 }  // namespace tool
 
 int main(int count, char** values) {
+  tool::catch_signals();
   tool::Session session;
   return tool::run({values + 1, values + count}, session);
 }

@@ -9,12 +9,13 @@
 namespace tool {
 
 struct FilePoint {
-  float x;
-  float y;
+  float x = 0;
+  float y = 0;
 };
 
 // Throws when a line is not two numbers with a comma between them, or is out of all proportion.
-std::vector<FilePoint> read_points(const std::string& path, Session& session);
+// Blank lines at the end are fine.
+std::vector<FilePoint> read_points(const std::string& path);
 
 std::vector<TPOINT> rounded(const std::vector<FilePoint>& points);
 

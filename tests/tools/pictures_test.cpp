@@ -32,24 +32,42 @@ TEST(Pictures, PngKeepsEveryByteInItsPlace) {
     Bytes pixels(PNG_IMAGE_SIZE(png));
     ASSERT_NE(png_image_finish_read(&png, nullptr, pixels.data(), 0, nullptr), 0);
     EXPECT_EQ(pixels, picture.bytes()) << test::format_name(format);
-    EXPECT_EQ(tool::decode_png(file).bytes(), picture.bytes()) << test::format_name(format);
+    EXPECT_EQ(tool::decode_png(file).picture.bytes(), picture.bytes()) << test::format_name(format);
   }
 }
 
 TEST(Pictures, JpegComesBackNearlyTheSame) {
   const test::TestImage photo = test::sample_photo("hopper.jpg");
-  const Picture read = tool::read_picture(kSamples + "hopper.jpg");
+  const Picture read = tool::decode_picture(tool::read_file(kSamples + "hopper.jpg")).picture;
   ASSERT_EQ(read.bytes(), Bytes(photo.row(0), photo.row(0) + photo.plane_size()));
-  const Picture again = tool::decode_jpeg(tool::encode_jpeg(read));
+  const Picture again = tool::decode_jpeg(tool::encode_jpeg(read)).picture;
   EXPECT_GT(cv::PSNR(read.bytes(), again.bytes()), 35);
+}
+
+TEST(Pictures, WebpKeepsWhatItShould) {
+  for (const uint32_t format : {QX_FMT_GRAY, QX_FMT_RGB24, QX_FMT_ARGB}) {
+    const test::TestImage noise(format, 37, 21);
+    Picture picture(format, {37, 21});
+    std::copy_n(noise.row(0), noise.plane_size(), picture.row(0));
+    const Picture again = tool::decode_webp(tool::encode_webp(picture, {}, {100})).picture;
+    ASSERT_EQ(again.format(), format == QX_FMT_GRAY ? QX_FMT_RGB24 : format);
+    const size_t from = picture.row_bytes() / 37, to = again.row_bytes() / 37;
+    for (size_t i = 0; i < 37 * 21; ++i) {
+      const uint8_t* pixel = &picture.bytes()[from * i];
+      if (from == 4 && pixel[3] == 0) continue;  // its colour is of no account
+      ASSERT_TRUE(std::equal(pixel, pixel + from, &again.bytes()[to * i])) << i;
+    }
+  }
 }
 
 // Every cut is noticed; flipped bytes give a picture or a Failure, and nothing else.
 TEST(Pictures, DamagedFilesAreRefused) {
   const Bytes png = tool::read_file(kSamples + "collins_mask_256x256.png");
   const Bytes jpeg = tool::read_file(kSamples + "hopper.jpg");
-  for (const auto& [file, decode] :
-       {std::pair{png, &tool::decode_png}, {jpeg, &tool::decode_jpeg}}) {
+  const Bytes webp = tool::encode_webp(tool::decode_jpeg(jpeg).picture);
+  for (const auto& [file, decode] : {std::pair{png, &tool::decode_png},
+                                     {jpeg, &tool::decode_jpeg},
+                                     {webp, &tool::decode_webp}}) {
     for (size_t size = 0; size + 64 < file.size(); size += 1 + file.size() / 150) {
       EXPECT_THROW(decode({file.data(), size}), Failure) << "cut at " << size;
     }
@@ -64,6 +82,61 @@ TEST(Pictures, DamagedFilesAreRefused) {
         decode(damaged);
       } catch (const Failure&) {
       }
+    }
+  }
+}
+
+// Frames as cameras deliver them: what is not a pixel never gets in.
+TEST(Pictures, RawFramesOfAnyLayout) {
+  struct Case {
+    uint32_t format;
+    bool i420;
+    std::optional<int> stride, stride_uv;
+    int gap;  // rows between brightness and chroma
+    bool short_end;
+  };
+  const Case cases[] = {
+      {QX_FMT_NV21, false, {}, {}, 0, false}, {QX_FMT_NV21, false, 48, {}, 0, true},
+      {QX_FMT_NV12, false, 48, 64, 3, true},  {QX_FMT_NV12, true, {}, {}, 0, false},
+      {QX_FMT_NV12, true, 48, {}, 0, true},   {QX_FMT_NV12, true, 48, 40, 2, false},
+      {QX_FMT_ARGB, false, 160, {}, 0, true},
+  };
+  for (const Case& each : cases) {
+    const test::TestImage image(each.format, 37, 21);
+    const size_t planes = each.i420 ? 3 : static_cast<size_t>(tool::planes_of(each.format));
+    const size_t pairs = 19, width = each.format == QX_FMT_ARGB ? 4 * 37 : 37;
+    tool::RawLayout layout{each.format, each.i420, {37, 21}, each.stride, each.stride_uv, {}};
+    Bytes frame;
+    for (size_t plane = 0; plane < planes; ++plane) {
+      const size_t row = plane == 0 ? width : (each.i420 ? pairs : 2 * pairs);
+      size_t stride = static_cast<size_t>(each.stride.value_or(static_cast<int>(row)));
+      if (plane > 0 && each.i420 && each.stride) stride = stride / 2;
+      if (plane > 0 && each.stride_uv) stride = static_cast<size_t>(*each.stride_uv);
+      for (int y = 0; y < (plane == 0 ? 21 : 11); ++y) {
+        const uint8_t* from = image.row(y, plane == 0 ? 0 : 1);
+        for (size_t x = 0; x < stride; ++x) {
+          const size_t at = plane == 0 || !each.i420 ? x : 2 * x + plane - 1;
+          frame.push_back(x < row ? from[at] : 0xEE);
+        }
+      }
+      if (plane == 0 && each.gap > 0) {
+        frame.resize(frame.size() + static_cast<size_t>(each.gap) * stride, 0xDD);
+        layout.offset_uv = static_cast<int64_t>(frame.size());
+      }
+      if (plane + 1 == planes && each.short_end) frame.resize(frame.size() - (stride - row));
+    }
+    const Picture picture = tool::decode_raw(frame, layout);
+    for (int plane = 0; plane < tool::planes_of(each.format); ++plane) {
+      for (int y = 0; y < picture.rows(plane); ++y) {
+        ASSERT_TRUE(std::equal(picture.row(y, plane),
+                               picture.row(y, plane) + picture.row_bytes(plane),
+                               image.row(y, plane)))
+            << tool::describe(layout) << ", plane " << plane << ", row " << y;
+      }
+    }
+    frame.pop_back();
+    if (each.short_end || !each.stride) {
+      EXPECT_THROW(tool::decode_raw(frame, layout), Failure);
     }
   }
 }

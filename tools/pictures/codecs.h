@@ -2,32 +2,64 @@
 // kind gives a Failure, never a half-read picture.
 #pragma once
 
-#include <cstdint>
+#include <optional>
 #include <span>
-#include <vector>
 
 #include "pictures/picture.h"
 
 namespace tool {
 
-using Bytes = std::vector<uint8_t>;
+struct Decoded {
+  Picture picture;
+  ColorTags color{};
+  int orientation = 1;   // 1 to 8 as EXIF counts; pixels are as they are stored
+  std::string remark{};  // what is odd about the file, though nothing is lost; mostly empty
+};
 
-// GRAY, RGB24, or ARGB where the file has transparency.
+struct Encoding {
+  int quality = 92;   // of JPEG and WebP, 1 to 100; a WebP of 100 loses nothing
+  int png_level = 0;  // 0 is fast, 1 to 9 ask for smaller files
+};
+
+// Pixels are GRAY, RGB24, or ARGB where the file has transparency. Values are taken as they are
+// stored: neither a gamma nor a profile is applied.
 bool is_png(std::span<const uint8_t> file);
-Picture decode_png(std::span<const uint8_t> file);
-Bytes encode_png(const Picture& picture);  // GRAY, RGB24 or ARGB
+Decoded decode_png(std::span<const uint8_t> file);
+Bytes encode_png(const Picture& picture, const ColorTags& color = {}, const Encoding& how = {});
 
-// GRAY or RGB24. Orientation tags are not looked at.
+// GRAY or RGB24.
 bool is_jpeg(std::span<const uint8_t> file);
-Picture decode_jpeg(std::span<const uint8_t> file);
-Bytes encode_jpeg(const Picture& picture);  // GRAY or RGB24
+Decoded decode_jpeg(std::span<const uint8_t> file);
+Bytes encode_jpeg(const Picture& picture, const ColorTags& color = {}, const Encoding& how = {});
 
-// Pixels without a header; rows of both planes are `stride` bytes apart, 0 means packed.
+// RGB24 or ARGB; GRAY pictures are masks more often than not and are written without loss.
+bool is_webp(std::span<const uint8_t> file);
+Decoded decode_webp(std::span<const uint8_t> file);
+Bytes encode_webp(const Picture& picture, const ColorTags& color = {}, const Encoding& how = {});
+
+// Any of these by its first bytes; what else they tell, such as HEIC, becomes part of the sentence.
+Decoded decode_picture(std::span<const uint8_t> file);
+
+// Orientation in an EXIF block that starts with its TIFF header; 1 when there is none.
+int exif_orientation(std::span<const uint8_t> tiff);
+
+// Pixels without a header. Distances are in bytes; those that are not given follow from the size:
+// packed rows, planes one behind the other.
 struct RawLayout {
   uint32_t format = QX_FMT_GRAY;
+  bool i420 = false;  // three planes Y, U, V; format is NV12, into which they are joined
   Size size;
-  int stride = 0;
+  std::optional<int> stride;
+  std::optional<int> stride_uv;
+  std::optional<int64_t> offset_uv;  // start of the frame to start of its chroma
 };
-Picture decode_raw(std::span<const uint8_t> file, const RawLayout& layout);
+// Of one frame; the padding behind its last row may be missing.
+struct FrameBytes {
+  size_t full = 0;
+  size_t least = 0;
+};
+FrameBytes frame_bytes(const RawLayout& layout);
+std::string describe(const RawLayout& layout);  // "a 640x480 nv21 frame with rows of ..."
+Picture decode_raw(std::span<const uint8_t> frame, const RawLayout& layout);
 
 }  // namespace tool

@@ -7,6 +7,7 @@
 namespace tool {
 
 inline constexpr int kNothingFound = 1;
+inline constexpr int kSomeFailed = 1;  // of many files
 inline constexpr int kBadInput = 2;
 
 class Failure : public std::runtime_error {

@@ -5,9 +5,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <set>
 #include <utility>
 
 #include "pictures/failure.h"
@@ -17,129 +19,153 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr uintmax_t kMaxFile = uintmax_t{1} << 30;
+constexpr size_t kMaxFile = size_t{1} << 30;
 
-// An open file; closed at the end of the scope.
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
-  ~Descriptor() {
-    if (number_ >= 0) ::close(number_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int number() const { return number_; }
-  bool close() { return ::close(std::exchange(number_, -1)) == 0; }
-
- private:
-  int number_;
-};
-
-[[noreturn]] void fail(const std::string& what, const std::string& path) {
+[[noreturn]] void fail_at(const std::string& what, const std::string& path) {
   throw Failure(what + " " + path + ": " + std::strerror(errno));
 }
 
-std::string ending(const std::string& path) {
-  std::string text = fs::path(path).extension().string();
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return text.empty() ? text : text.substr(1);
-}
+std::string own_path(int number) { return "/proc/self/fd/" + std::to_string(number); }
 
-bool writes_png(const std::string& path) { return ending(path) == "png"; }
-bool writes_jpeg(const std::string& path) {
-  return ending(path) == "jpg" || ending(path) == "jpeg";
-}
-
-bool write_all(int file, std::span<const uint8_t> content) {
-  while (!content.empty()) {
-    const ssize_t written = ::write(file, content.data(), content.size());
-    if (written < 0 && errno != EINTR) return false;
-    if (written > 0) content = content.subspan(static_cast<size_t>(written));
-  }
-  return true;
-}
-
-// mkstemp makes files that only their owner reads; results get the usual rights.
-mode_t usual_rights() {
-  const mode_t mask = ::umask(0);
-  ::umask(mask);
-  return 0666 & ~mask;
+// A name beside the file's that no other thread or process uses.
+std::string name_beside(const std::string& path) {
+  static std::atomic<unsigned> count{0};
+  return path + "." + std::to_string(::getpid()) + "-" + std::to_string(++count);
 }
 
 }  // namespace
 
-Bytes read_file(const std::string& path) {
-  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (file.number() < 0) fail("cannot open", path);
+std::string shown_name(const std::string& input) {
+  return input == kStandard ? "standard input" : input;
+}
+
+InputFile::InputFile(const std::string& path)
+    : path_(path),
+      number_(path == kStandard ? ::dup(STDIN_FILENO)
+                                : ::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+  if (number_ < 0) fail_at("cannot open", path);
+}
+
+InputFile::~InputFile() { ::close(number_); }
+
+Bytes InputFile::read(size_t count) {
   Bytes content;
-  for (;;) {
+  while (content.size() < count) {
+    // Memory grows with what is there, not with what a broken size asks for.
     constexpr size_t kStep = size_t{1} << 16;
     const size_t have = content.size();
-    if (have > kMaxFile) throw Failure(path + " is larger than 1 GB");
-    content.resize(std::max(have + kStep, have * 2));
-    const ssize_t got = ::read(file.number(), content.data() + have, content.size() - have);
-    if (got < 0 && errno != EINTR) fail("cannot read", path);
+    content.resize(std::min(count, std::max(have + kStep, have * 2)));
+    const ssize_t got = ::read(number_, content.data() + have, content.size() - have);
+    if (got < 0 && errno != EINTR) fail_at("cannot read", shown_name(path_));
     content.resize(have + static_cast<size_t>(std::max<ssize_t>(got, 0)));
-    if (got == 0) return content;
+    if (got == 0) break;
+  }
+  return content;
+}
+
+Bytes InputFile::read_all() {
+  Bytes content = read(kMaxFile + 1);
+  if (content.size() > kMaxFile) throw Failure(shown_name(path_) + " is larger than 1 GB");
+  return content;
+}
+
+Bytes read_file(const std::string& path) { return InputFile(path).read_all(); }
+
+OutputFile::OutputFile(const std::string& path) : path_(path) {
+  if (path == kStandard) {
+    if (::isatty(STDOUT_FILENO) != 0) throw Failure("pictures are not written to a terminal");
+    number_ = ::dup(STDOUT_FILENO);
+  } else {
+    check_outputs({path}, {});
+    const std::string folder = fs::path(path).parent_path().string();
+    if (!open_nameless(folder.empty() ? "." : folder)) open_named();
+  }
+  if (number_ < 0) fail_at("cannot write", path);
+}
+
+OutputFile::~OutputFile() { close(); }
+
+void OutputFile::close() {
+  if (number_ >= 0) ::close(std::exchange(number_, -1));
+}
+
+bool OutputFile::open_nameless(const std::string& folder) {
+  number_ = ::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
+  // It gets its name by this path.
+  if (number_ >= 0 && ::access(own_path(number_).c_str(), F_OK) == 0) return true;
+  close();
+  return false;
+}
+
+void OutputFile::open_named() {
+  temporary_ = std::make_unique<TemporaryName>(name_beside(path_));
+  number_ = ::open(temporary_->name().c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
+}
+
+void OutputFile::write(std::span<const uint8_t> content) {
+  while (!content.empty()) {
+    const ssize_t written = ::write(number_, content.data(), content.size());
+    if (written < 0 && errno != EINTR) fail_at("cannot write", path_);
+    if (written > 0) content = content.subspan(static_cast<size_t>(written));
   }
 }
 
-Picture read_picture(const std::string& path, const std::optional<RawLayout>& raw) {
-  const Bytes file = read_file(path);
-  try {
-    if (raw) return decode_raw(file, *raw);
-    if (is_png(file)) return decode_png(file);
-    if (is_jpeg(file)) return decode_jpeg(file);
-    throw Failure("neither PNG nor JPEG; for a raw frame add --raw FORMAT --size WIDTHxHEIGHT");
-  } catch (const Failure& failure) {
-    throw Failure(path + ": " + failure.what());
+bool OutputFile::put_in_place() {
+  if (temporary_ == nullptr) {
+    const std::string self = own_path(number_);
+    const auto link_to = [&](const std::string& name) {
+      return ::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+    };
+    if (link_to(path_)) return true;
+    if (errno != EEXIST) return false;
+    temporary_ = std::make_unique<TemporaryName>(name_beside(path_));
+    if (!link_to(temporary_->name())) return false;
   }
+  return std::rename(temporary_->name().c_str(), path_.c_str()) == 0;
 }
 
-uint32_t format_for_file(const std::string& path, uint32_t now) {
-  if (writes_png(path) && now == QX_FMT_ARGB) return now;
-  if (writes_png(path) || writes_jpeg(path)) return now == QX_FMT_GRAY ? now : QX_FMT_RGB24;
-  if (const Format* raw = find_format(ending(path))) return raw->code;
-  throw Failure(path +
-                ": the ending says what is written; png, jpg, or for raw frames rgb24, argb, " +
-                "abgr, gray, nv12 or nv21");
-}
-
-void check_output(const std::string& path, const std::vector<std::string>& inputs) {
-  std::error_code ignored;
-  if (fs::exists(path, ignored) && !fs::is_regular_file(path, ignored)) {
-    throw Failure(path + " exists and is not a file");
-  }
-  for (const std::string& input : inputs) {
-    if (fs::equivalent(path, input, ignored)) {
-      throw Failure(path + " is an input; inputs are never overwritten");
-    }
+void OutputFile::commit() {
+  const bool named = temporary_ != nullptr;
+  // Some file systems tell only now that the disk is full.
+  const auto closed = [&] { return ::close(std::exchange(number_, -1)) == 0; };
+  if ((named && !closed()) || (path_ != kStandard && !put_in_place()) || (!named && !closed())) {
+    fail_at("cannot write", path_);
   }
 }
 
 void write_file(const std::string& path, std::span<const uint8_t> content) {
-  check_output(path, {});
-  std::string temporary = path + ".XXXXXX";
-  Descriptor file(::mkstemp(temporary.data()));
-  if (file.number() < 0) fail("cannot write", path);
-  if (!write_all(file.number(), content) || ::fchmod(file.number(), usual_rights()) != 0 ||
-      !file.close() || std::rename(temporary.c_str(), path.c_str()) != 0) {
-    const int reason = errno;
-    ::unlink(temporary.c_str());
-    errno = reason;
-    fail("cannot write", path);
-  }
+  OutputFile file(path);
+  file.write(content);
+  file.commit();
 }
 
 void write_file(const std::string& path, std::string_view text) {
   write_file(path, {reinterpret_cast<const uint8_t*>(text.data()), text.size()});
 }
 
-void write_picture(const std::string& path, const Picture& picture) {
-  if (writes_png(path)) return write_file(path, encode_png(picture));
-  if (writes_jpeg(path)) return write_file(path, encode_jpeg(picture));
-  write_file(path, picture.bytes());
+std::string ending_of(const std::string& path) {
+  std::string text = fs::path(path).extension().string();
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return text.empty() ? text : text.substr(1);
+}
+
+void check_outputs(const std::vector<std::string>& outputs,
+                   const std::vector<std::string>& inputs) {
+  std::set<std::pair<dev_t, ino_t>> read;
+  struct stat status{};
+  for (const std::string& input : inputs) {
+    if (::stat(input.c_str(), &status) == 0) read.emplace(status.st_dev, status.st_ino);
+  }
+  std::set<std::string_view> names;
+  for (const std::string& output : outputs) {
+    if (!names.insert(output).second) throw Failure("two inputs would both become " + output);
+    if (output == kStandard || ::stat(output.c_str(), &status) != 0) continue;
+    if (!S_ISREG(status.st_mode)) throw Failure(output + " exists and is not a file");
+    if (read.count({status.st_dev, status.st_ino}) != 0) {
+      throw Failure(output + " is an input; inputs are never overwritten");
+    }
+  }
 }
 
 }  // namespace tool

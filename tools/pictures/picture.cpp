@@ -1,31 +1,43 @@
 #include "pictures/picture.h"
 
+#include <algorithm>
+
+#include "core/format.h"
 #include "pictures/failure.h"
 
 namespace tool {
+namespace {
 
-const std::vector<Format> kFormats{
-    {"rgb24", QX_FMT_RGB24, 3, 1}, {"argb", QX_FMT_ARGB, 4, 1}, {"abgr", QX_FMT_ABGR, 4, 1},
-    {"gray", QX_FMT_GRAY, 1, 1},   {"nv12", QX_FMT_NV12, 1, 2}, {"nv21", QX_FMT_NV21, 1, 2},
-};
+using kel::imageprocess::FormatTraits;
+using kel::imageprocess::kFormats;
 
-const Format& format_of(uint32_t code) {
-  for (const Format& format : kFormats) {
-    if (format.code == code) return format;
-  }
+const FormatTraits& traits_of(uint32_t code) {
+  if (const FormatTraits* format = kel::imageprocess::find_format(code)) return *format;
   throw Failure("there is no pixel format with code " + std::to_string(code));
 }
 
-const Format* find_format(std::string_view name) {
-  for (const Format& format : kFormats) {
-    if (format.name == name) return &format;
+std::string lower_case(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return text;
+}
+
+}  // namespace
+
+std::string format_name(uint32_t code) { return lower_case(traits_of(code).name); }
+
+int planes_of(uint32_t code) { return traits_of(code).planes; }
+
+uint32_t find_format(std::string_view name) {
+  for (const FormatTraits& format : kFormats) {
+    if (lower_case(format.name) == name) return format.code;
   }
-  return nullptr;
+  return 0;
 }
 
 std::vector<std::string> format_names() {
   std::vector<std::string> names;
-  for (const Format& format : kFormats) names.emplace_back(format.name);
+  for (const FormatTraits& format : kFormats) names.push_back(lower_case(format.name));
   return names;
 }
 
@@ -47,14 +59,15 @@ Picture::Picture(uint32_t format, Size size) : format_(format), size_(size) {
   check_size(size.width, size.height);
   const size_t luma = row_bytes() * static_cast<size_t>(rows());
   bytes_.resize(luma);
-  if (format_of(format).planes == 2) {
+  if (planes_of(format) == 2) {
     bytes_.resize(luma + row_bytes(1) * static_cast<size_t>(rows(1)), 128);
   }
 }
 
 size_t Picture::row_bytes(int plane) const {
   const size_t width = static_cast<size_t>(size_.width);
-  return plane == 0 ? width * format_of(format_).bytes_per_pixel : (width + 1) / 2 * 2;
+  return plane == 0 ? width * static_cast<size_t>(traits_of(format_).bytes_per_pixel)
+                    : (width + 1) / 2 * 2;
 }
 
 int Picture::rows(int plane) const { return plane == 0 ? size_.height : (size_.height + 1) / 2; }
@@ -73,11 +86,19 @@ QX_OFFSCREEN Picture::view() const {
   image.format = format_;
   image.width = size_.width;
   image.height = size_.height;
-  for (int plane = 0; plane < format_of(format_).planes; ++plane) {
+  for (int plane = 0; plane < planes_of(format_); ++plane) {
     image.plane[plane] = const_cast<uint8_t*>(row(0, plane));
     image.pitch[plane] = static_cast<int32_t>(row_bytes(plane));
   }
   return image;
+}
+
+bool profile_fits(const Bytes& icc, uint32_t format) {
+  constexpr size_t kHeader = 128;
+  constexpr size_t kColorSpace = 16;
+  if (icc.size() < kHeader) return false;
+  const std::string_view wanted = format == QX_FMT_GRAY ? "GRAY" : "RGB ";
+  return std::equal(wanted.begin(), wanted.end(), icc.begin() + kColorSpace);
 }
 
 }  // namespace tool

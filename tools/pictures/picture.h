@@ -12,17 +12,13 @@
 
 namespace tool {
 
-struct Format {
-  std::string_view name;  // as typed on the command line and as ending of raw files
-  uint32_t code;
-  size_t bytes_per_pixel;  // of plane 0
-  int planes;
-};
-extern const std::vector<Format> kFormats;
+using Bytes = std::vector<uint8_t>;
 
-const Format& format_of(uint32_t code);            // a code of kFormats
-const Format* find_format(std::string_view name);  // null for an unknown name
+// Formats as typed on the command line and as ending of raw files: "rgb24", "nv21" and so on.
 std::vector<std::string> format_names();
+std::string format_name(uint32_t code);
+uint32_t find_format(std::string_view name);  // 0 for an unknown name
+int planes_of(uint32_t code);
 
 // Larger pictures are refused before memory is taken: OpenCV's scalers end at 32766 a side, and
 // 100 million pixels keep a run within about a gigabyte.
@@ -54,7 +50,7 @@ class Picture {
   int rows(int plane = 0) const;
   uint8_t* row(int y, int plane = 0);
   const uint8_t* row(int y, int plane = 0) const;
-  const std::vector<uint8_t>& bytes() const { return bytes_; }  // plane 0, then plane 1
+  const Bytes& bytes() const { return bytes_; }  // plane 0, then plane 1
 
   // What the library is given. It never writes to a source, so that a constant picture may lend its
   // memory.
@@ -63,7 +59,16 @@ class Picture {
  private:
   uint32_t format_;
   Size size_;
-  std::vector<uint8_t> bytes_;
+  Bytes bytes_;
 };
+
+// What a file says about its colours. It travels with the pixels and is never applied to them.
+struct ColorTags {
+  Bytes icc{};
+  int gamma = 0;  // a PNG's gAMA, times 100,000; 0 without one
+};
+
+// Whether a profile describes pixels of a format: gray ones or coloured ones.
+bool profile_fits(const Bytes& icc, uint32_t format);
 
 }  // namespace tool

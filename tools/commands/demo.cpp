@@ -7,10 +7,10 @@
 #include <memory>
 #include <sstream>
 
+#include "commands/commands.h"
 #include "demo_page.h"
-#include "options.h"
+#include "messages.h"
 #include "pictures/files.h"
-#include "session.h"
 
 namespace tool {
 namespace {
@@ -202,27 +202,17 @@ std::vector<std::string> split(const std::string& line) {
 
 // Each function with the time and number of its calls, in order of the first.
 std::string time_text(const std::vector<CallTime>& calls) {
-  std::vector<CallTime> sums;
-  std::map<std::string, int> counts;
-  for (const CallTime& call : calls) {
-    if (counts[call.function]++ == 0) sums.push_back({call.function, 0});
-    for (CallTime& sum : sums) {
-      if (sum.function == call.function) sum.milliseconds += call.milliseconds;
-    }
-  }
   std::ostringstream text;
-  for (const CallTime& sum : sums) {
-    if (sum.function == "mvk_read_landmarks") continue;
-    const int count = counts[sum.function];
-    text << (text.tellp() > 0 ? ", " : "") << sum.function
-         << (count > 1 ? " x" + std::to_string(count) : "") << ' ' << std::setprecision(2)
-         << (sum.milliseconds < 0.01 ? sum.milliseconds * 1000 : sum.milliseconds)
-         << (sum.milliseconds < 0.01 ? "\u00a0us" : "\u00a0ms");  // no line ends there
+  for (const CallTime& call : calls) {
+    text << (text.tellp() > 0 ? ", " : "") << call.function
+         << (call.count > 1 ? " x" + std::to_string(call.count) : "") << ' ' << std::setprecision(2)
+         << (call.milliseconds < 0.01 ? call.milliseconds * 1000 : call.milliseconds)
+         << (call.milliseconds < 0.01 ? "\u00a0us" : "\u00a0ms");  // no line ends there
   }
   return text.str();
 }
 
-// Runs a command kRuns times and returns the fastest time of each of its calls.
+// Runs a command kRuns times and returns the fastest time of each function.
 std::vector<CallTime> run_timed(const std::string& command) {
   std::vector<std::string> arguments = split(command);
   arguments.erase(arguments.begin());
@@ -262,13 +252,13 @@ void make_demo(const std::string& samples, const std::string& folder) {
   size_t done = 0;
   for (Section& section : sections) {
     for (Figure& figure : section.figures) {
-      show_progress(done++, total);
+      show_bar(done++, total);
       figure.picture = with_folders(figure.picture, samples, folder);
       figure.command = with_folders(figure.command, samples, folder);
       if (!figure.command.empty()) figure.time = time_text(run_timed(figure.command));
     }
   }
-  show_progress(total, total);
+  show_bar(total, total);
   const std::string page = folder + "/index.html";
   write_file(page, demo_page(sections));
   std::cout << "Look at " << fs::absolute(page).lexically_normal().string() << "\n";

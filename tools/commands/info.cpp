@@ -1,9 +1,9 @@
 // info: what this build of the library is and takes.
-#include <CLI/CLI.hpp>
 #include <iomanip>
 #include <iostream>
 
-#include "session.h"
+#include "commands/commands.h"
+#include "core/format.h"
 
 namespace tool {
 
@@ -17,9 +17,9 @@ void add_info(CLI::App& app) {
               << "  " << MVK_NOT_FOUND << "  MVK_NOT_FOUND     no pixel at the level, no shape\n"
               << "  " << MVK_NULL_RECORD << "  MVK_NULL_RECORD   a null record or handle\n"
               << "\nPixel formats\n";
-    for (const Format& format : kFormats) {
+    for (const auto& format : kel::imageprocess::kFormats) {
       std::cout << "  0x" << std::hex << format.code << std::dec << "  " << std::setw(6)
-                << std::left << format.name << " " << format.planes
+                << std::left << format_name(format.code) << " " << format.planes
                 << (format.planes == 1 ? " plane,  " : " planes, ") << format.bytes_per_pixel
                 << (format.bytes_per_pixel == 1 ? " byte" : " bytes") << " a pixel"
                 << (format.planes == 1 ? "" : " and a pair for 2x2 pixels") << "\n";
