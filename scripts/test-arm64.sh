@@ -6,30 +6,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/lib.sh
 install_packages "${build_packages[@]}" g++-aarch64-linux-gnu qemu-user
-root=$PWD/build/arm64-root
-
-unpack_packages() {
-  local state=$root/apt package options
-  mkdir -p "$state/lists/partial" "$state/cache/archives/partial" "$root/usr/lib"
-  : >"$state/status"
-  options=(-qq -o APT::Architecture=arm64 -o APT::Architectures=arm64 -o Dir::State="$state"
-    -o Dir::State::status="$state/status" -o Dir::Cache="$state/cache" -o Debug::NoLocking=1)
-  apt-get "${options[@]}" update
-  apt-get "${options[@]}" install -y --download-only --no-install-recommends \
-    libstdc++-12-dev libopencv-core-dev libopencv-imgproc-dev libyuv-dev libeigen3-dev libhwy-dev \
-    libcli11-dev libpng-dev libjpeg62-turbo-dev libturbojpeg0-dev libwebp-dev libexif-dev libgtest-dev libbenchmark-dev >/dev/null
-  ln -sfn usr/lib "$root/lib"
-  for package in "$state"/cache/archives/*.deb; do
-    dpkg-deb --fsys-tarfile "$package" | tar -x --keep-directory-symlink -C "$root"
-  done
-  # Absolute links would lead out of the folder.
-  find "$root" -type l -lname '/*' -printf '%p %l\n' | while read -r link target; do
-    ln -sfn "$root$target" "$link"
-  done
-  touch "$root/complete"
-}
-
-[[ -e $root/complete ]] || unpack_packages
+unpack_arm64_root
+root=$arm64_root
 cmake -S . -B build/arm64 -G Ninja --toolchain cmake/aarch64-linux-gnu.cmake \
   -DMORVIK_SYSROOT="$root" -DCMAKE_BUILD_TYPE=Release -DMORVIK_WERROR=ON >/dev/null
 cmake --build build/arm64
