@@ -1,0 +1,177 @@
+"""One picture: from bytes in a store to bytes in a store. Knows nothing of Dask."""
+
+from __future__ import annotations
+
+import json
+import os
+import time
+from dataclasses import dataclass, field
+from typing import Any, Callable
+
+import numpy as np
+
+from .. import faces, images, masks, raw, shapes
+from . import pictures
+
+Options = dict  # option names of the command line, with "_" for "-"
+_TRIES = 3
+
+
+@dataclass(frozen=True)
+class Operation:
+    """What a command reads, what it makes of it, and what the files are called."""
+
+    inputs: tuple[str, ...]  # of "photos", "masks", "landmarks"; the first one names the files
+    run: Callable[..., Any]
+    help: str
+    endings: tuple[str, ...] = ("png", "jpg")
+
+
+@dataclass(frozen=True)
+class Job:
+    """A run: everything but the name of the file."""
+
+    operation: str
+    folders: dict[str, str]
+    out: str
+    ending: str
+    options: dict[str, Any] = field(default_factory=dict)
+    skip_existing: bool = False
+
+
+def _sticker(photo: Any, mask: Any, expand: int, color: str, crop: bool, snap: bool, limit: int) -> Any:
+    bgr = [int(color[at : at + 2], 16) for at in (5, 3, 1)]
+    return shapes.sticker(pictures.as_bgr(photo), pictures.as_gray(mask), expand=expand, color=bgr,
+                          crop=crop, snap=snap, limit=limit)
+
+
+def _smooth_mask(photo: Any, mask: Any, snap: bool, limit: int) -> Any:
+    return masks.smooth_mask(pictures.as_bgr(photo), pictures.as_gray(mask), snap=snap, limit=limit)
+
+
+def _outline(mask: Any, ending: str, **options: Any) -> str:
+    gray = pictures.as_gray(mask)
+    height, width = gray.shape
+    found = shapes.outlines(gray, **options)
+    if not found:
+        raise ValueError(f"no pixel is above {options['threshold']}")
+    if ending == "svg":
+        return shapes.outlines_to_svg(found, (width, height))
+    return json.dumps({"width": width, "height": height, "outlines": [line.tolist() for line in found]}) + "\n"
+
+
+def _blur(photo: Any, filter: str, kernel: int, sigma: tuple[int, int] | None) -> Any:
+    pixels = photo if photo.ndim == 2 else pictures.as_bgr(photo)
+    return masks.blur(pixels, kernel, filter=filter, sigma=sigma)
+
+
+def _convert(photo: Any, format: str) -> Any:
+    channels = {"gray": 1, "bgr": 3, "bgra": 4}[format]
+    return photo if channels == (photo.shape[2] if photo.ndim == 3 else 1) else images.convert(photo, format)  # type: ignore[call-overload]
+
+
+def _forehead(landmarks: Any, image_size: tuple[int, int]) -> str:
+    return "".join(f"{x},{y}\n" for x, y in faces.forehead(landmarks, image_size).tolist())
+
+
+OPERATIONS = {
+    "sticker": Operation(("photos", "masks"), _sticker, "cut out what a mask covers, with a border", ("png",)),
+    "smooth-mask": Operation(("photos", "masks"), _smooth_mask, "enlarge coarse masks with smooth edges"),
+    "outline": Operation(("masks",), _outline, "grow the shapes of masks and trace them", ("json", "svg")),
+    "fill-holes": Operation(("masks",), lambda mask, level: masks.fill_holes(pictures.as_gray(mask), level=level),
+                            "make masks black and white and fill their holes"),
+    "morph": Operation(("masks",), lambda mask, amount: masks.morph(pictures.as_gray(mask), amount),
+                       "grow or shrink masks"),
+    "blur": Operation(("photos",), _blur, "blur masks and photographs"),
+    "rotate": Operation(("photos",), lambda photo, angle: images.rotate(photo, angle),
+                        "turn pictures clockwise by right angles"),
+    "resize": Operation(("photos",), lambda photo, to, method: images.resize(photo, to, method=method),
+                        "scale pictures to a size"),
+    "convert": Operation(("photos",), _convert, "convert pictures between files and pixel formats"),
+    "forehead": Operation(("landmarks",), _forehead, "predict points of foreheads from landmarks", ("txt",)),
+}
+
+
+def _partner(pattern: str, stem: str) -> str:
+    """The file of a stem: ``masks/*.png`` names it, a folder means PNG files in it."""
+    folder, _, last = pattern.rpartition("/")
+    if "*" in last:
+        return f"{folder}/{last.replace('*', stem, 1)}" if folder else last.replace("*", stem, 1)
+    return f"{pattern.rstrip('/')}/{stem}.png"
+
+
+def _folder(pattern: str) -> str:
+    folder, _, last = pattern.rpartition("/")
+    return (folder or ".") if "*" in last or "?" in last else pattern.rstrip("/")
+
+
+def output_of(job: Job, name: str) -> str:
+    return f"{job.out.rstrip('/')}/{os.path.splitext(name)[0]}.{job.ending}"
+
+
+def exists(url: str) -> bool:
+    fs, path = pictures.filesystem(url)
+    return bool(fs.exists(path))
+
+
+def _input(job: Job, role: str, name: str) -> Any:
+    first = role == OPERATIONS[job.operation].inputs[0]
+    pattern = job.folders[role]
+    path = f"{_folder(pattern)}/{name}" if first else _partner(pattern, os.path.splitext(name)[0])
+    try:
+        data = _again(lambda: pictures.read(path))
+        return _points(data) if role == "landmarks" else pictures.decode(data)
+    except FileNotFoundError:
+        raise ValueError(f"there is no {path}") from None
+    except (ValueError, SyntaxError, OSError) as error:
+        raise ValueError(f"{path}: {error}") from None
+
+
+def _points(data: bytes) -> Any:
+    return np.array([[float(value) for value in line.split(",")] for line in data.decode().split()])
+
+
+def _again(action: Callable[[], Any]) -> Any:
+    """Stores fail now and then: a second and a third try, a moment later."""
+    for attempt in range(1, _TRIES + 1):
+        try:
+            return action()
+        except (FileNotFoundError, PermissionError, IsADirectoryError, NotADirectoryError):
+            raise
+        except OSError:
+            if attempt == _TRIES:
+                raise
+            time.sleep(0.2 * attempt)
+
+
+def process(job: Job, name: str) -> dict[str, Any]:
+    """Does one file and returns its record; raises nothing that a file can cause."""
+    start = time.perf_counter()
+    record: dict[str, Any] = {"name": name, "output": output_of(job, name)}
+    try:
+        use_one_thread()
+        if job.skip_existing and exists(record["output"]):
+            return {**record, "status": "skipped"}
+        operation = OPERATIONS[job.operation]
+        result = operation.run(*(_input(job, role, name) for role in operation.inputs), **job.options)
+        data = result.encode() if isinstance(result, str) else pictures.encode(result, job.ending)
+        _again(lambda: pictures.write(record["output"], data))
+        record["status"] = "done"
+    except MemoryError:
+        record.update(status="failed", error="not enough memory")
+    except Exception as error:
+        record.update(status="failed", error=str(error) or type(error).__name__)
+    record["seconds"] = round(time.perf_counter() - start, 4)
+    return record
+
+
+_one_thread = False
+
+
+def use_one_thread() -> None:
+    """A worker has one thread; OpenCV's pool would fight for the cores with the other workers."""
+    global _one_thread
+    if not _one_thread:
+        os.environ.setdefault("OPENCV_FOR_THREADS_NUM", "1")
+        raw.use_one_thread()
+        _one_thread = True
