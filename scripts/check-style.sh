@@ -3,7 +3,7 @@
 # Usage: scripts/check-style.sh BUILD_FOLDER   (a configured one, for its compile_commands.json)
 set -euo pipefail
 cd "$(dirname "$0")/.."
-git ls-files --cached --others --exclude-standard -- '*.c' '*.cpp' '*.h' |
+git ls-files --cached --others --exclude-standard -- '*.c' '*.cpp' '*.h' '*.hpp' |
   xargs clang-format-19 --dry-run -Werror
 git ls-files --cached --others --exclude-standard -- 'src/*.cpp' |
   xargs -P "$(nproc)" -n 2 clang-tidy-19 -p "$1" --quiet
