@@ -9,9 +9,10 @@ import numpy as np
 
 from . import raw
 from ._arrays import (
-    MAX_BYTES, Image, check, choice, describe, destination, make_room, points_of, size_of, source,
-    whole,
+    MAX_BYTES, Image, Size, check, choice, describe, destination, make_room, points_of, size_of,
+    source, whole,
 )
+from .images import resize
 from .raw import library
 
 _FILTERS = {"mean": 0, "median": 1, "gaussian": 2, "bilateral": 3}
@@ -78,6 +79,47 @@ def smooth_mask(
     check(library.mvk_make_mask_smooth(describe(result), describe(mask), describe(photo),
                                        1 if snap else 0, limit), "mvk_make_mask_smooth")
     return result
+
+
+def _same_proportions(a: Size, b: Size) -> bool:
+    """To within a rounded pixel or 1 %."""
+    width, height = a.height * b.width / b.height, a.width * b.height / b.width
+    return (abs(a.width - width) <= max(1.0, width / 100)
+            or abs(a.height - height) <= max(1.0, height / 100))
+
+
+def fit_mask(photo: Image, mask: Image, *, snap: bool = False, limit: int = 640) -> Image:
+    """A mask of any size at the size of its photograph, as :func:`morvik.sticker` fits it.
+
+    One of the photograph's size is taken as it is (without ``snap``), a finer one is scaled, a coarse
+    one goes through :func:`morvik.smooth_mask`. Raises ValueError when the proportions differ by more
+    than 1 %, but for squares and small masks, which networks deliver.
+    """
+    photo = source(photo, "photo", 3, packed=False)
+    mask = source(mask, "mask", 1, packed=True)
+    size, given = Size(photo.shape[1], photo.shape[0]), Size(mask.shape[1], mask.shape[0])
+    if not snap and given == size:
+        return mask
+    below = given.width < size.width and given.height < size.height
+    small = below and max(given) <= _MAX_MASK_SIDE
+    if not (_same_proportions(given, size) or given.width == given.height or small):
+        raise ValueError(f"the mask is {given.width} x {given.height}, the photograph {size.width} x "
+                         f"{size.height}: their proportions differ by more than 1 %")
+    if not snap and not small:
+        return resize(mask, size)
+    return smooth_mask(photo, _reduced(mask, size), snap=snap, limit=limit)
+
+
+def _reduced(mask: Image, photo: Size) -> Image:
+    """The mask itself, or scaled down so that smooth_mask takes it."""
+    height, width = mask.shape
+    most = Size(min(_MAX_MASK_SIDE, photo.width - 1), min(_MAX_MASK_SIDE, photo.height - 1))
+    if min(most) < 1:
+        raise ValueError(f"the photograph of {photo.width} x {photo.height} is too small")
+    if width <= most.width and height <= most.height:
+        return mask
+    scale = min(most.width / width, most.height / height)
+    return resize(mask, (max(1, int(width * scale)), max(1, int(height * scale))))
 
 
 def fill_holes(mask: Image, *, level: int = 127, out: Image | None = None) -> Image:

@@ -12,8 +12,8 @@ from . import raw
 from ._arrays import (
     Image, check, check_size, choice, describe, destination, make_room, points_of, size_of, source, whole,
 )
-from .images import Frame
-from .masks import bbox, blur, fill_polygon, smooth_mask
+from .images import Frame, convert
+from .masks import bbox, blur, fill_polygon, fit_mask
 from .raw import library
 
 Outline = NDArray[np.int32]
@@ -231,9 +231,9 @@ def sticker(
 ) -> Image:
     """Cuts out what a mask covers, with a border around it, transparent beyond.
 
-    photo        H x W x 3, BGR, uint8
-    mask         uint8, as large as the photograph, or a coarse one as for :func:`smooth_mask`, which
-                 ``snap`` and ``limit`` are for
+    photo        H x W x 3, BGR, or H x W x 4, BGRA, whose alpha limits the sticker's; uint8
+    mask         uint8; one of the photograph's size is taken as it is, a finer one is scaled, a
+                 coarse one enlarged by :func:`smooth_mask` with ``snap`` and ``limit``
     expand       width of the border in pixels, 0 to 500
     color        of the border: (blue, green, red)
     crop         returns no more than the sticker's box
@@ -245,7 +245,7 @@ def sticker(
     >>> sticker(photo, fill_polygon([(9, 9), (11, 11)], (20, 20)), expand=4, crop=True).shape
     (15, 15, 4)
     """
-    photo = source(photo, "photo", 3, packed=False)
+    photo = source(photo, "photo", 3, 4, packed=False)
     mask = source(mask, "mask", 1, packed=True)
     bgr = [whole(value, "color", 0, 255) for value in color]
     if len(bgr) != 3:
@@ -253,10 +253,12 @@ def sticker(
     if crop and out is not None:
         raise ValueError("out does not go with crop: the box is not known before")
     result = destination(out, (*photo.shape[:2], 4), photo, mask, packed=False)
-    if mask.shape != photo.shape[:2]:
-        mask = smooth_mask(photo, mask, snap=snap, limit=limit)
+    opaque = photo if photo.shape[2] == 3 else convert(photo, "bgr")
+    mask = fit_mask(opaque, mask, snap=snap, limit=limit)
     border = _grown(mask, expand)
-    _compose(result, photo, mask, border, bgr)
+    _compose(result, opaque, mask, border, bgr)
+    if opaque is not photo:
+        result[..., 3] = (result[..., 3].astype(np.uint16) * photo[..., 3] + 127) // 255
     if crop:
         box = bbox(border, level=1)
         assert box is not None

@@ -30,4 +30,5 @@ def tool():
         done = subprocess.run([program, *words], cwd=SAMPLES, capture_output=True, text=True, check=True)
         return done.stdout
 
+    run.program = program
     return run

@@ -46,9 +46,11 @@ def _parser() -> argparse.ArgumentParser:
         for role in operation.inputs:
             command.add_argument(f"--{role}", required=True, help="folder, or pattern such as 'in/*.png'; partners have "
                                  "the same stem, by default in PNG files")
-        command.add_argument("-o", "--out", required=True, help="folder to write to")
+        command.add_argument("-o", "--output", "--out", dest="out", required=True, help="folder to write to")
         command.add_argument("--as", dest="ending", choices=operation.endings, default=operation.endings[0],
                              help="ending of the files written")
+        if "txt" not in operation.endings:
+            _add_files(command)
         _add_options(command, name)
         command.add_argument("--scheduler", help="tcp://HOST:PORT of a Dask scheduler; else processes of this machine")
         command.add_argument("-j", "--jobs", type=int, default=os.cpu_count(), help="processes on this machine")
@@ -57,6 +59,16 @@ def _parser() -> argparse.ArgumentParser:
         command.add_argument("--failures", help="text file to write: a failed file a line, with the reason")
         command.add_argument("--manifest", help="file to write: a record a line, as JSON")
     return parser
+
+
+def _add_files(command: argparse.ArgumentParser) -> None:
+    command.add_argument("--no-orient", action="store_true", help="take pictures as stored, whatever EXIF says")
+    command.add_argument("--mask-channel", choices=["auto", "alpha", "luma"], default="auto",
+                         help="what of a picture is the mask; auto: alpha where it varies")
+    command.add_argument("--stretch", action="store_true", help="make the mask's brightest pixel 255")
+    command.add_argument("--quality", type=int, default=92, help="of JPEG and WebP; a WebP of 100 loses nothing")
+    command.add_argument("--png-level", type=int, choices=range(10), default=1, metavar="0-9",
+                         help="smaller PNG files, which take longer")
 
 
 def _add_options(command: argparse.ArgumentParser, name: str) -> None:
@@ -92,13 +104,13 @@ def _add_options(command: argparse.ArgumentParser, name: str) -> None:
         add("--to", _size, None, "new size, WIDTHxHEIGHT", required=True)
         add("--method", str, "area", "the method", choices=["nearest", "linear", "cubic", "area"])
     if name == "convert":
-        add("--format", str, "bgr", "pixel format", choices=["gray", "bgr", "bgra"])
+        add("--format", str, None, "pixel format to go through", choices=["gray", "bgr", "bgra"])
     if name == "forehead":
         add("--image-size", _size, None, "size of the pictures, WIDTHxHEIGHT", required=True)
 
 
 _OURS = {"operation", "photos", "masks", "landmarks", "out", "ending", "scheduler", "jobs", "skip_existing",
-         "keep_going", "failures", "manifest"}
+         "keep_going", "failures", "manifest", "no_orient", "mask_channel", "stretch", "quality", "png_level"}
 
 
 def _job(arguments: argparse.Namespace) -> Job:
@@ -106,8 +118,12 @@ def _job(arguments: argparse.Namespace) -> Job:
     if arguments.operation == "outline":
         options["ending"] = arguments.ending
     roles = OPERATIONS[arguments.operation].inputs
+    files: dict[str, Any] = {}
+    if "quality" in arguments:
+        files["reading"] = pictures.Reading(not arguments.no_orient, arguments.mask_channel, arguments.stretch)
+        files["writing"] = pictures.Writing(arguments.quality, arguments.png_level)
     return Job(arguments.operation, {role: _absolute(getattr(arguments, role)) for role in roles},
-               _absolute(arguments.out), arguments.ending, options, arguments.skip_existing)
+               _absolute(arguments.out), arguments.ending, options, skip_existing=arguments.skip_existing, **files)
 
 
 def _absolute(path: str) -> str:

@@ -11,9 +11,9 @@ from typing import Any, Callable
 import numpy as np
 
 from .. import faces, images, masks, raw, shapes
+from .._arrays import Size
 from . import pictures
 
-Options = dict  # option names of the command line, with "_" for "-"
 _TRIES = 3
 
 
@@ -24,7 +24,7 @@ class Operation:
     inputs: tuple[str, ...]  # of "photos", "masks", "landmarks"; the first one names the files
     run: Callable[..., Any]
     help: str
-    endings: tuple[str, ...] = ("png", "jpg")
+    endings: tuple[str, ...] = ("png", "jpg", "webp")
 
 
 @dataclass(frozen=True)
@@ -36,23 +36,25 @@ class Job:
     out: str
     ending: str
     options: dict[str, Any] = field(default_factory=dict)
+    reading: pictures.Reading = pictures.Reading()
+    writing: pictures.Writing = pictures.Writing()
     skip_existing: bool = False
 
 
 def _sticker(photo: Any, mask: Any, expand: int, color: str, crop: bool, snap: bool, limit: int) -> Any:
-    bgr = [int(color[at : at + 2], 16) for at in (5, 3, 1)]
-    return shapes.sticker(pictures.as_bgr(photo), pictures.as_gray(mask), expand=expand, color=bgr,
-                          crop=crop, snap=snap, limit=limit)
+    border = [int(color[at : at + 2], 16) for at in (5, 3, 1)]
+    pixels = photo if pictures.alpha_of(photo) is not None else pictures.as_bgr(photo)
+    return shapes.sticker(pixels, mask, expand=expand, color=border, crop=crop, snap=snap, limit=limit)
 
 
 def _smooth_mask(photo: Any, mask: Any, snap: bool, limit: int) -> Any:
-    return masks.smooth_mask(pictures.as_bgr(photo), pictures.as_gray(mask), snap=snap, limit=limit)
+    bgr = pictures.as_bgr(photo)
+    return masks.smooth_mask(bgr, masks._reduced(mask, Size(bgr.shape[1], bgr.shape[0])), snap=snap, limit=limit)
 
 
 def _outline(mask: Any, ending: str, **options: Any) -> str:
-    gray = pictures.as_gray(mask)
-    height, width = gray.shape
-    found = shapes.outlines(gray, **options)
+    height, width = mask.shape
+    found = shapes.outlines(mask, **options)
     if not found:
         raise ValueError(f"no pixel is above {options['threshold']}")
     if ending == "svg":
@@ -65,9 +67,11 @@ def _blur(photo: Any, filter: str, kernel: int, sigma: tuple[int, int] | None) -
     return masks.blur(pixels, kernel, filter=filter, sigma=sigma)
 
 
-def _convert(photo: Any, format: str) -> Any:
-    channels = {"gray": 1, "bgr": 3, "bgra": 4}[format]
-    return photo if channels == (photo.shape[2] if photo.ndim == 3 else 1) else images.convert(photo, format)  # type: ignore[call-overload]
+def _convert(photo: Any, format: str | None) -> Any:
+    channels = photo.shape[2] if photo.ndim == 3 else 1
+    if format is None or channels == {"gray": 1, "bgr": 3, "bgra": 4}[format]:
+        return photo
+    return images.convert(photo, format)  # type: ignore[call-overload]
 
 
 def _forehead(landmarks: Any, image_size: tuple[int, int]) -> str:
@@ -75,12 +79,12 @@ def _forehead(landmarks: Any, image_size: tuple[int, int]) -> str:
 
 
 OPERATIONS = {
-    "sticker": Operation(("photos", "masks"), _sticker, "cut out what a mask covers, with a border", ("png",)),
+    "sticker": Operation(("photos", "masks"), _sticker, "cut out what a mask covers, with a border", ("png", "webp")),
     "smooth-mask": Operation(("photos", "masks"), _smooth_mask, "enlarge coarse masks with smooth edges"),
     "outline": Operation(("masks",), _outline, "grow the shapes of masks and trace them", ("json", "svg")),
-    "fill-holes": Operation(("masks",), lambda mask, level: masks.fill_holes(pictures.as_gray(mask), level=level),
+    "fill-holes": Operation(("masks",), lambda mask, level: masks.fill_holes(mask, level=level),
                             "make masks black and white and fill their holes"),
-    "morph": Operation(("masks",), lambda mask, amount: masks.morph(pictures.as_gray(mask), amount),
+    "morph": Operation(("masks",), lambda mask, amount: masks.morph(mask, amount),
                        "grow or shrink masks"),
     "blur": Operation(("photos",), _blur, "blur masks and photographs"),
     "rotate": Operation(("photos",), lambda photo, angle: images.rotate(photo, angle),
@@ -120,7 +124,10 @@ def _input(job: Job, role: str, name: str) -> Any:
     path = f"{_folder(pattern)}/{name}" if first else _partner(pattern, os.path.splitext(name)[0])
     try:
         data = _again(lambda: pictures.read(path))
-        return _points(data) if role == "landmarks" else pictures.decode(data)
+        if role == "landmarks":
+            return _points(data)
+        pixels = pictures.decode(data, job.reading)
+        return pictures.as_mask(pixels, job.reading) if role == "masks" else pixels
     except FileNotFoundError:
         raise ValueError(f"there is no {path}") from None
     except (ValueError, SyntaxError, OSError) as error:
@@ -154,7 +161,7 @@ def process(job: Job, name: str) -> dict[str, Any]:
             return {**record, "status": "skipped"}
         operation = OPERATIONS[job.operation]
         result = operation.run(*(_input(job, role, name) for role in operation.inputs), **job.options)
-        data = result.encode() if isinstance(result, str) else pictures.encode(result, job.ending)
+        data = result.encode() if isinstance(result, str) else pictures.encode(result, job.ending, job.writing)
         _again(lambda: pictures.write(record["output"], data))
         record["status"] = "done"
     except MemoryError:

@@ -6,12 +6,14 @@ import fnmatch
 import io
 import os
 import uuid
+from dataclasses import dataclass
 from typing import Any, Iterator
 
 import fsspec
 import numpy as np
 from fsspec.implementations.local import LocalFileSystem
 from PIL import Image as Pillow
+from PIL import ImageOps
 
 from .._arrays import Image
 from ..images import convert
@@ -19,6 +21,19 @@ from ..images import convert
 ENDINGS = (".png", ".jpg", ".jpeg", ".webp", ".bmp", ".tif", ".tiff")
 MAX_PIXELS = 100_000_000
 Pillow.MAX_IMAGE_PIXELS = None  # the limit above is checked before pixels are decoded
+
+
+@dataclass(frozen=True)
+class Reading:
+    orient: bool = True  # as EXIF says
+    mask_channel: str = "auto"  # "alpha", "luma"
+    stretch: bool = False
+
+
+@dataclass(frozen=True)
+class Writing:
+    quality: int = 92  # of JPEG and WebP; a WebP of 100 loses nothing
+    png_level: int = 1
 
 
 class Unusable(Exception):
@@ -58,11 +73,13 @@ def names(url: str) -> Iterator[str]:
             yield name
 
 
-def decode(data: bytes) -> Image:
+def decode(data: bytes, reading: Reading = Reading()) -> Image:
     """Pixels as gray, BGR or BGRA."""
     with Pillow.open(io.BytesIO(data)) as picture:
         if picture.width * picture.height > MAX_PIXELS:
             raise ValueError(f"{picture.width} x {picture.height} pixels; at most 100 million are read")
+        if reading.orient:
+            picture = ImageOps.exif_transpose(picture)
         mode = picture.mode
         if mode in ("CMYK", "YCCK"):
             raise ValueError("the file holds CMYK colours; gray and RGB files are read")
@@ -78,26 +95,45 @@ def decode(data: bytes) -> Image:
     return pixels
 
 
-def encode(pixels: Image, ending: str) -> bytes:
+def encode(pixels: Image, ending: str, writing: Writing = Writing()) -> bytes:
+    if ending == "jpg" and pixels.ndim == 3 and pixels.shape[2] == 4:
+        raise ValueError("a JPEG has no transparency; png and webp keep it")
     if pixels.ndim == 3:
         pixels = pixels[..., [2, 1, 0, 3][: pixels.shape[2]]]
-    if ending == "jpg" and pixels.ndim == 3 and pixels.shape[2] == 4:
-        raise ValueError("a JPEG has no transparency; png keeps it")
     file = io.BytesIO()
-    picture = Pillow.fromarray(pixels)
+    picture = Pillow.fromarray(np.ascontiguousarray(pixels))
     if ending == "jpg":
-        picture.save(file, "JPEG", quality=92, subsampling=0)
+        picture.save(file, "JPEG", quality=writing.quality, subsampling=0)
+    elif ending == "webp":
+        picture.save(file, "WEBP", quality=writing.quality, lossless=writing.quality == 100, exact=True)
     else:
-        picture.save(file, "PNG", compress_level=1)
+        picture.save(file, "PNG", compress_level=writing.png_level)
     return file.getvalue()
+
+
+def alpha_of(pixels: Image) -> Image | None:
+    """The alpha channel when it says something: is not the same everywhere."""
+    if pixels.ndim != 3 or pixels.shape[2] != 4 or (pixels[..., 3] == pixels[0, 0, 3]).all():
+        return None
+    return np.ascontiguousarray(pixels[..., 3])
 
 
 def as_bgr(pixels: Image) -> Image:
     return pixels if pixels.ndim == 3 and pixels.shape[2] == 3 else convert(pixels, "bgr")
 
 
-def as_gray(pixels: Image) -> Image:
-    return pixels if pixels.ndim == 2 else convert(pixels, "gray")
+def as_mask(pixels: Image, reading: Reading = Reading()) -> Image:
+    """Gray: the alpha channel (by default where it varies), else the brightness."""
+    if reading.mask_channel == "alpha" and (pixels.ndim != 3 or pixels.shape[2] != 4):
+        raise ValueError("the mask has no alpha channel")
+    alpha = None if reading.mask_channel == "luma" else alpha_of(pixels)
+    if reading.mask_channel == "alpha":
+        alpha = np.ascontiguousarray(pixels[..., 3])
+    mask = alpha if alpha is not None else pixels if pixels.ndim == 2 else convert(pixels, "gray")
+    highest = int(mask.max())
+    if reading.stretch and highest:
+        mask = ((mask.astype(np.uint32) * 255 + highest // 2) // highest).astype(np.uint8)
+    return mask
 
 
 def read(url: str) -> bytes:
