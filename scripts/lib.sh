@@ -2,7 +2,7 @@
 build_packages=(
   g++ cmake ninja-build pkg-config
   libopencv-core-dev libopencv-imgproc-dev libyuv-dev libeigen3-dev libhwy-dev
-  libcli11-dev libpng-dev libjpeg62-turbo-dev libturbojpeg0-dev libwebp-dev libexif-dev
+  libcli11-dev libpng-dev libdeflate-dev libjpeg62-turbo-dev libturbojpeg0-dev libwebp-dev libexif-dev
   libgtest-dev libbenchmark-dev
   dpkg-dev file  # for cpack
 )
@@ -32,7 +32,7 @@ install_packages() {
 arm64_root=$PWD/build/arm64-root
 arm64_packages=(
   libstdc++-12-dev libopencv-core-dev libopencv-imgproc-dev libyuv-dev libeigen3-dev libhwy-dev
-  libcli11-dev libpng-dev libjpeg62-turbo-dev libturbojpeg0-dev libwebp-dev libexif-dev
+  libcli11-dev libpng-dev libdeflate-dev libjpeg62-turbo-dev libturbojpeg0-dev libwebp-dev libexif-dev
   libgtest-dev libbenchmark-dev
 )
 unpack_arm64_root() {

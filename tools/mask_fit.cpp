@@ -11,7 +11,6 @@ namespace {
 constexpr int kMaxMaskSide = 520;
 constexpr int kInside = 250;  // pixels above it are inside where masks are binarised
 constexpr int kHalf = 127;
-constexpr uint32_t kDefaultLimit = 640;
 
 // Whether two pictures have the same proportions, to within a rounded pixel or 1 %.
 bool same_proportions(Size a, Size b) {
@@ -64,12 +63,21 @@ void SmoothOptions::add_to(CLI::App& command) {
   command
       .add_option("--limit", limit_,
                   "Working size in pixels; as large as the photograph or larger means no "
-                  "binarising and no snapping")
+                  "binarising and no snapping; else a quarter of the larger side, at least " +
+                      std::string(edges_ == Edges::kSoft ? "640" : "512"))
       ->check(CLI::Range(1, kMaxSide));
 }
 
+// A quarter of a large photograph leaves no stairs in it that could be seen.
+uint32_t SmoothOptions::limit_for(Size photo) const {
+  if (limit_) return *limit_;
+  const int larger = std::max(photo.width, photo.height);
+  if (edges_ == Edges::kSoft) return static_cast<uint32_t>(std::max(640, larger / 4));
+  return static_cast<uint32_t>(std::max(1, std::min(std::max(512, larger / 4), larger - 1)));
+}
+
 void SmoothOptions::check_limit(Size photo, const Picture& mask, Session& session) const {
-  const uint32_t limit = limit_.value_or(kDefaultLimit);
+  const uint32_t limit = limit_for(photo);
   const int larger = std::max(mask.width(), mask.height());
   if (limit >= static_cast<uint32_t>(std::max(photo.width, photo.height))) {
     if (snap_) {
@@ -96,8 +104,7 @@ Picture SmoothOptions::smooth(const Picture& photo, const Picture& mask, Session
   const QX_OFFSCREEN src = coarse.view();
   const QX_OFFSCREEN guide = photo.view();
   session.call("mvk_make_mask_smooth", [&] {
-    return mvk_make_mask_smooth(&dst, &src, &guide, snap_ ? 1u : 0u,
-                                limit_.value_or(kDefaultLimit));
+    return mvk_make_mask_smooth(&dst, &src, &guide, snap_ ? 1u : 0u, limit_for(photo.size()));
   });
   return smooth;
 }

@@ -8,9 +8,14 @@
 
 namespace tool {
 
+// What a command wants of a mask's edges when no limit is given: those that the network left soft,
+// or a decision for each pixel.
+enum class Edges { kSoft, kHard };
+
 // How a mask is brought to the size of its photograph.
 class SmoothOptions {
  public:
+  explicit SmoothOptions(Edges edges) : edges_(edges) {}
   void add_to(CLI::App& command);
 
   // By mvk_make_mask_smooth(). Masks that are too large for it are scaled down first; throws a
@@ -21,8 +26,10 @@ class SmoothOptions {
   Picture fit(const Picture& photo, const Picture& mask, Session& session) const;
 
  private:
+  uint32_t limit_for(Size photo) const;
   void check_limit(Size photo, const Picture& mask, Session& session) const;
 
+  Edges edges_;
   bool snap_ = false;
   std::optional<uint32_t> limit_;
 };

@@ -95,6 +95,45 @@ TEST_F(Tool, StickersHaveAnOpaqueBorderOnTransparentGround) {
   EXPECT_EQ(pixel(200), cv::Vec4b(inside[0], inside[1], inside[2], 255));
   expect_done("sticker samples/hopper.jpg mask.png --expand 20 --crop -o crop.png");
   EXPECT_NEAR(picture("crop.png").width(), 201 + 2 * 20, 5);
+  expect_done("sticker samples/hopper.jpg mask.png --fit 128 -o fit.webp --quality 100");
+  const tool::Picture fit = picture("fit.webp");
+  ASSERT_EQ(fit.size(), (tool::Size{128, 128}));
+  EXPECT_EQ(fit.row(64)[4 * 64 + 3], 255);
+  EXPECT_EQ(fit.row(64)[3], 0) << "taller than wide: nothing at the side";
+  EXPECT_NE(fit.row(0)[4 * 64 + 3], 0) << "reaches the upper edge";
+}
+
+// A blue shape on a red ground, their colours mixed where they meet: no red in the soft edge, nor
+// in what is transparent; a hard edge shows what is there.
+TEST_F(Tool, StickersShowNothingOfTheGround) {
+  tool::Picture photo(QX_FMT_RGB24, {120, 80}), mask(QX_FMT_GRAY, {120, 80});
+  for (int y = 0; y < 80; ++y) {
+    for (int x = 0; x < 120; ++x) {
+      const bool inside = x >= 40 && x < 80 && y >= 20 && y < 60;
+      const bool rim = inside && (x == 40 || x == 79 || y == 20 || y == 59);
+      photo.row(y)[3 * x] = rim ? 128 : (inside ? 255 : 0);
+      photo.row(y)[3 * x + 2] = rim ? 128 : (inside ? 0 : 255);
+      mask.row(y)[x] = inside ? 255 : 0;
+    }
+  }
+  tool::write_file(file("p.png"), tool::encode_png(photo));
+  tool::write_file(file("m.png"), tool::encode_png(mask));
+  const auto count = [&](const std::string& options, auto predicate) {
+    expect_done("sticker p.png m.png --color '#000000' -o out.png " + options);
+    const tool::Bytes bytes = picture("out.png").bytes();
+    int found = 0;
+    for (size_t i = 0; i < bytes.size(); i += 4) found += predicate(&bytes[i]) ? 1 : 0;
+    return found;
+  };
+  const auto red = [](const uint8_t* pixel) { return pixel[2] > 0; };
+  const auto soft = [](const uint8_t* pixel) { return pixel[0] > 0 && pixel[0] < 255; };
+  const auto half = [](const uint8_t* pixel) { return pixel[3] > 0 && pixel[3] < 255; };
+  EXPECT_EQ(count("", red), 0);
+  EXPECT_GE(count("", soft), 4 * 38);
+  EXPECT_EQ(count("--expand 0", red), 0);
+  EXPECT_GE(count("--expand 0", half), 4 * 38);
+  EXPECT_EQ(count("--hard-edge", red), 4 * 39);
+  EXPECT_EQ(count("--hard-edge --expand 0", half), 0);
 }
 
 TEST_F(Tool, ConvertsLandmarksAndPredictsForeheads) {
@@ -152,7 +191,7 @@ TEST_F(Tool, SaysWhatIsWrong) {
       {"resize " + mask + " " + photo + " --to 4x4" + out, 2, "several inputs need a folder"},
       {"smooth-mask " + photo + " wide.png" + out, 2, "their proportions differ by more than 1 %"},
       {"smooth-mask " + photo + " samples" + out, 2, "neither two files nor two folders"},
-      {"convert " + mask + " -o o.png --png-level 10", 2, "not in range 0 to 9"},
+      {"convert " + mask + " -o o.png --png-level 13", 2, "not in range 1 to 12"},
       {raw + "64x64 --stride-uv 8" + out, 2, "--stride-uv 8 is too small"},
       {"smooth-mask " + photo + " " + mask + " --limit 127" + out, 2, "at least 128 is needed"},
       {"sticker " + photo + " " + mask + " -o o.jpg", 2, "write a .png, .webp"},

@@ -12,7 +12,7 @@ constexpr Color kBackdrop{88, 28, 160};  // covers what is outside the mask
 
 struct SmoothMaskOptions {
   PairOptions pair;
-  SmoothOptions smooth;
+  SmoothOptions smooth{Edges::kSoft};
   WriteOptions write;
   BatchOptions batch;
   bool overlay = false;
