@@ -36,8 +36,8 @@ CLI::Option* WriteOptions::add_to(CLI::App& command, const std::string& descript
       ->capture_default_str();
   command
       .add_option("--png-level", encoding_.png_level,
-                  "Smaller PNG files, which take longer: 1 to 9; 0 is fast")
-      ->check(CLI::Range(0, 9))
+                  "Size of PNG files against time: 1 is fast, 12 small")
+      ->check(CLI::Range(1, 12))
       ->capture_default_str();
   return output;
 }

@@ -18,7 +18,7 @@ struct Decoded {
 
 struct Encoding {
   int quality = 92;   // of JPEG and WebP, 1 to 100; a WebP of 100 loses nothing
-  int png_level = 0;  // 0 is fast, 1 to 9 ask for smaller files
+  int png_level = 1;  // 1 is fast, up to 12 for smaller files
 };
 
 // Pixels are GRAY, RGB24, or ARGB where the file has transparency. Values are taken as they are
