@@ -12,7 +12,7 @@ from . import raw
 from ._arrays import (
     Image, check, check_size, choice, describe, destination, make_room, points_of, size_of, source, whole,
 )
-from .images import Frame, convert
+from .images import Frame, convert, resize
 from .masks import bbox, blur, fill_polygon, fit_mask
 from .raw import library
 
@@ -226,20 +226,26 @@ def _rle_counts(text: bytes) -> list[int]:
 
 
 def sticker(
-    photo: Image, mask: Image, *, expand: int = 12, color: Sequence[int] = (255, 255, 255),
-    crop: bool = False, snap: bool = False, limit: int = 640, out: Image | None = None,
+    photo: Image, mask: Image, *, expand: int | None = None, color: Sequence[int] = (255, 255, 255),
+    crop: bool = False, fit: int | None = None, hard_edge: bool = False, snap: bool = False,
+    limit: int | None = None, out: Image | None = None,
 ) -> Image:
     """Cuts out what a mask covers, with a border around it, transparent beyond.
 
     photo        H x W x 3, BGR, or H x W x 4, BGRA, whose alpha limits the sticker's; uint8
     mask         uint8; one of the photograph's size is taken as it is, a finer one is scaled, a
                  coarse one enlarged by :func:`smooth_mask` with ``snap`` and ``limit``
-    expand       width of the border in pixels, 0 to 500
+    expand       width of the border in pixels, 0 to 500; by default a 50th of the larger side
     color        of the border: (blue, green, red)
     crop         returns no more than the sticker's box
-    out          H x W x 4 array that is written instead of a fresh one; not with ``crop``
+    fit          scales the box into a square of this side; messengers want 512
+    hard_edge    takes the mask as it is, instead of a soft edge that shows no background
+    limit        working size of :func:`smooth_mask`; by default a quarter of the larger side, at
+                 least 512
+    out          H x W x 4 array that is written instead of a fresh one; not with ``crop`` or ``fit``
 
-    Returns H x W x 4, BGRA, uint8. Raises ValueError when no pixel of the mask is above 127.
+    Returns BGRA, uint8; what is transparent is black. Raises ValueError when no pixel of the mask is
+    above 127.
 
     >>> photo = np.zeros((20, 20, 3), np.uint8)
     >>> sticker(photo, fill_polygon([(9, 9), (11, 11)], (20, 20)), expand=4, crop=True).shape
@@ -250,20 +256,39 @@ def sticker(
     bgr = [whole(value, "color", 0, 255) for value in color]
     if len(bgr) != 3:
         raise ValueError("color is (blue, green, red)")
-    if crop and out is not None:
-        raise ValueError("out does not go with crop: the box is not known before")
+    if (crop or fit is not None) and out is not None:
+        raise ValueError("out goes with neither crop nor fit: the box is not known before")
+    larger = max(photo.shape[:2])
+    width = min(max(larger // 50, 1), 500) if expand is None else whole(expand, "expand", 0, 500)
+    if limit is None:
+        limit = max(1, min(max(512, larger // 4), larger - 1))
     result = destination(out, (*photo.shape[:2], 4), photo, mask, packed=False)
+    make_room(40 * photo.size)
     opaque = photo if photo.shape[2] == 3 else convert(photo, "bgr")
-    mask = fit_mask(opaque, mask, snap=snap, limit=limit)
-    border = _grown(mask, expand)
-    _compose(result, opaque, mask, border, bgr)
+    fitted = fit_mask(opaque, mask, snap=snap, limit=limit)
+    as_it_is = hard_edge or (np.array_equal(fitted, mask) and bool(((mask != 0) & (mask != 255)).any()))
+    covered = fitted if as_it_is else _softened(fitted)
+    border = covered if width == 0 else _grown(fitted, width)
+    _compose(result, opaque, covered, border, bgr)
     if opaque is not photo:
         result[..., 3] = (result[..., 3].astype(np.uint16) * photo[..., 3] + 127) // 255
-    if crop:
-        box = bbox(border, level=1)
-        assert box is not None
+    if crop or fit is not None:
+        box = bbox(np.ascontiguousarray(result[..., 3]), level=1)
+        if box is None:
+            raise ValueError("nothing of the sticker can be seen")
         result = result[box.top : box.bottom + 1, box.left : box.right + 1].copy()
-    return result
+    return result if fit is None else _in_square(result, whole(fit, "fit", 1, 32766))
+
+
+def _edge_kernel(image: Image) -> int:
+    """Side of the filter that makes edges soft: 3 in small pictures, 11 in one of 20 million."""
+    return 3 + 2 * (max(image.shape[:2]) // 1100)
+
+
+def _softened(mask: Image) -> Image:
+    """A soft edge inside the mask's."""
+    soft = blur(mask, _edge_kernel(mask)).astype(np.int16)
+    return np.maximum(0, 2 * soft - 255).astype(np.uint8)
 
 
 def _grown(mask: Image, expand: int) -> Image:
@@ -277,19 +302,67 @@ def _grown(mask: Image, expand: int) -> Image:
         right, bottom = outline.max(axis=0) + 1
         part = shape[top:bottom, left:right]
         np.maximum(part, fill_polygon(outline - (left, top), part.shape[::-1]), out=part)
-    return blur(shape, 5, out=shape)
+    return blur(shape, _edge_kernel(mask) + 2, out=shape)
 
 
-def _compose(result: Image, photo: Image, mask: Image, border: Image, color: list[int]) -> None:
-    """Photograph where the mask is, colour around it; alpha is the mask and the border."""
-    inside = mask == 255
-    soft = np.flatnonzero(~inside & (mask != 0))
-    rows, columns = np.divmod(soft, mask.shape[1])
-    share = 1 - mask.ravel()[soft] / 255.0
+def _inner_colors(photo: Image, covered: Image, rows: Any, columns: Any) -> Image:
+    """Of some pixels, the mean colour of the fully covered ones around; their own without any."""
+    radius = _edge_kernel(photo)
+    height, width = covered.shape
+    ys = (rows - radius).clip(0), (rows + radius + 1).clip(0, height)
+    xs = (columns - radius).clip(0), (columns + radius + 1).clip(0, width)
+    full = covered == 255
+
+    def sums(values: Any) -> NDArray[np.uint32]:
+        # Sums over whole images wrap around; those over windows fit again.
+        table = np.zeros((height + 1, width + 1), np.uint32)
+        np.cumsum(np.cumsum(values, axis=0, dtype=np.uint32), axis=1, dtype=np.uint32, out=table[1:, 1:])
+        window: NDArray[np.uint32] = (table[ys[1], xs[1]] - table[ys[0], xs[1]] - table[ys[1], xs[0]]
+                                      + table[ys[0], xs[0]])
+        return window
+
+    count = sums(full)
+    own = photo[rows, columns]
+    means = [(sums(np.where(full, photo[..., channel], 0)) + count // 2) // np.maximum(count, 1)
+             for channel in range(3)]
+    return np.where(count[:, None] > 0, np.stack(means, axis=1), own).astype(np.uint8)
+
+
+def _compose(result: Image, photo: Image, covered: Image, border: Image, color: list[int]) -> None:
+    """Photograph where the mask is, colour around it, nothing beyond."""
+    alpha = np.maximum(covered, border)
+    inside, seen = covered == 255, alpha != 0
+    rows, columns = np.nonzero(~inside & (covered != 0))
+    inner = _inner_colors(photo, covered, rows, columns).astype(np.uint32)
+    share = covered[rows, columns].astype(np.uint32) * 255 // alpha[rows, columns]
     for channel, ink in enumerate(color):
-        plane = np.full(mask.shape, ink, np.uint8)
+        plane = np.where(seen, np.uint8(ink), np.uint8(0))
         np.copyto(plane, photo[..., channel], where=inside)
-        value = photo[rows, columns, channel].astype(np.float64)
-        plane.ravel()[soft] = np.floor(value + share * (ink - value) + 0.5)
+        plane[rows, columns] = (inner[:, channel] * share + ink * (255 - share) + 127) // 255
         result[..., channel] = plane
-    np.maximum(mask, border, out=result[..., 3])
+    result[..., 3] = alpha
+
+
+def scale_seen(image: Image, size: Sequence[int], method: str) -> Image:
+    """Scales BGRA with colours that count as much as they are seen: transparent ones do not bleed."""
+    weights = image[..., 3:].astype(np.uint32)
+    weighted = image.copy()
+    weighted[..., :3] = (image[..., :3] * weights + 127) // 255
+    result = resize(weighted, size, method=method)
+    alpha = result[..., 3:].astype(np.uint32)
+    colors = np.minimum(255, (result[..., :3].astype(np.uint32) * 255 + alpha // 2) // np.maximum(alpha, 1))
+    result[..., :3] = np.where(alpha > 0, colors, result[..., :3])
+    return result
+
+
+def _in_square(image: Image, side: int) -> Image:
+    """As large as a square of this side allows, in its middle."""
+    scale = side / max(image.shape[:2])
+    height, width = (min(max(int(value * scale + 0.5), 1), side) for value in image.shape[:2])
+    varies = bool((image[..., 3] != image[0, 0, 3]).any())
+    method = "area" if scale < 1 else "cubic"
+    part = scale_seen(image, (width, height), method) if varies else resize(image, (width, height), method=method)
+    square = np.zeros((side, side, 4), np.uint8)
+    left, top = (side - width) // 2, (side - height) // 2
+    square[top : top + height, left : left + width] = part
+    return square

@@ -38,8 +38,10 @@ SAME = [
      lambda: morvik.fill_polygon(CORNERS, (70, 50))),
     ("sticker {photo} --expand 9 --color #102030 --crop",
      lambda: morvik.sticker(PHOTO, COARSE, expand=9, color=(48, 32, 16), crop=True)),
-    ("sticker {photo} --snap --limit 300 --expand 0",
-     lambda: morvik.sticker(PHOTO, COARSE, expand=0, snap=True, limit=300)),
+    ("sticker {photo} --snap --limit 300 --expand 0 --hard-edge",
+     lambda: morvik.sticker(PHOTO, COARSE, expand=0, snap=True, limit=300, hard_edge=True)),
+    ("sticker {photo} --fit 128", lambda: morvik.sticker(PHOTO, COARSE, fit=128)),
+    ("sticker {photo} --limit 4000", lambda: morvik.sticker(PHOTO, COARSE, limit=4000)),
 ]
 NAMES = {
     "photo": "collins_tilted.jpg collins_tilted_mask_256x256.png",

@@ -78,9 +78,12 @@ def _add_options(command: argparse.ArgumentParser, name: str) -> None:
 
     if name in ("sticker", "smooth-mask"):
         command.add_argument("--snap", action="store_true", help="move edges to colour edges of the photograph")
-        add("--limit", int, 640, "working size in pixels")
+        add("--limit", int, None, "working size in pixels; else a quarter of the larger side, at least "
+            + ("512" if name == "sticker" else "640"))
     if name == "sticker":
-        add("--expand", int, 12, "width of the border in pixels")
+        add("--expand", int, None, "width of the border in pixels, 0 for none; else a 50th of the larger side")
+        command.add_argument("--hard-edge", action="store_true", help="take the mask as it is")
+        add("--fit", int, None, "scale the sticker into a square of this side")
         add("--color", _color, "#ffffff", "colour of the border")
         command.add_argument("--crop", action="store_true", help="write no more than the sticker's box")
     if name == "outline":

@@ -41,15 +41,23 @@ class Job:
     skip_existing: bool = False
 
 
-def _sticker(photo: Any, mask: Any, expand: int, color: str, crop: bool, snap: bool, limit: int) -> Any:
+def _sticker(photo: Any, mask: Any, color: str, **options: Any) -> Any:
     border = [int(color[at : at + 2], 16) for at in (5, 3, 1)]
     pixels = photo if pictures.alpha_of(photo) is not None else pictures.as_bgr(photo)
-    return shapes.sticker(pixels, mask, expand=expand, color=border, crop=crop, snap=snap, limit=limit)
+    return shapes.sticker(pixels, mask, color=border, **options)
 
 
-def _smooth_mask(photo: Any, mask: Any, snap: bool, limit: int) -> Any:
+def _smooth_mask(photo: Any, mask: Any, snap: bool, limit: int | None) -> Any:
     bgr = pictures.as_bgr(photo)
-    return masks.smooth_mask(bgr, masks._reduced(mask, Size(bgr.shape[1], bgr.shape[0])), snap=snap, limit=limit)
+    size = Size(bgr.shape[1], bgr.shape[0])
+    limit = max(640, max(size) // 4) if limit is None else limit
+    return masks.smooth_mask(bgr, masks._reduced(mask, size), snap=snap, limit=limit)
+
+
+def _resize(photo: Any, to: tuple[int, int], method: str) -> Any:
+    if pictures.alpha_of(photo) is not None:
+        return shapes.scale_seen(photo, to, method)
+    return images.resize(photo, to, method=method)
 
 
 def _outline(mask: Any, ending: str, **options: Any) -> str:
@@ -89,8 +97,7 @@ OPERATIONS = {
     "blur": Operation(("photos",), _blur, "blur masks and photographs"),
     "rotate": Operation(("photos",), lambda photo, angle: images.rotate(photo, angle),
                         "turn pictures clockwise by right angles"),
-    "resize": Operation(("photos",), lambda photo, to, method: images.resize(photo, to, method=method),
-                        "scale pictures to a size"),
+    "resize": Operation(("photos",), _resize, "scale pictures to a size"),
     "convert": Operation(("photos",), _convert, "convert pictures between files and pixel formats"),
     "forehead": Operation(("landmarks",), _forehead, "predict points of foreheads from landmarks", ("txt",)),
 }
