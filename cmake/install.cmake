@@ -17,7 +17,7 @@ configure_package_config_file(cmake/MorvikConfig.cmake.in MorvikConfig.cmake
 write_basic_package_version_file(MorvikConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/MorvikConfig.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/MorvikConfigVersion.cmake
-  cmake/FindMorvikOpenCV.cmake cmake/FindLibYUV.cmake
+  cmake/FindMorvikOpenCV.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
 # Relative, so that the installed tree can be moved.

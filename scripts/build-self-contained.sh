@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds libmorvik.so with everything it is made of inside: OpenCV (core and imgproc), libyuv and
+# Builds libmorvik.so with everything it is made of inside: OpenCV (core and imgproc) and
 # Highway from Debian's source packages. Usage:
 #   scripts/build-self-contained.sh [--test] [x86_64|aarch64]
 # Results in build/self-contained/ARCH:
@@ -95,6 +95,7 @@ build_opencv() {
   cmake --install "$out/opencv" >/dev/null
 }
 
+# Not part of the library: the tool and the tests use it.
 build_libyuv() {
   target=yuv build libyuv -DCMAKE_DISABLE_FIND_PACKAGE_JPEG=ON
   cp "$out/libyuv/libyuv.a" "$prefix/lib"
@@ -109,9 +110,8 @@ build_highway() {
 write_notices() {
   local source=$work/source copyright=/usr/share/doc
   echo "libmorvik.so contains code of the following works, under these terms."
-  for file in "$source"/opencv/{COPYRIGHT,LICENSE} "$source"/libyuv/{LICENSE,PATENTS} \
-    "$source"/highway/{LICENSE,LICENSE-BSD3} "$copyright"/libeigen3-dev/copyright \
-    "$copyright"/gcc-12-base/copyright; do
+  for file in "$source"/opencv/{COPYRIGHT,LICENSE} "$source"/highway/{LICENSE,LICENSE-BSD3} \
+    "$copyright"/libeigen3-dev/copyright "$copyright"/gcc-12-base/copyright; do
     [[ -e $file ]] || continue
     printf '\n\n==== %s\n\n' "$(basename "$(dirname "$file")")/$(basename "$file")"
     cat "$file"

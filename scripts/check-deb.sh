@@ -32,7 +32,7 @@ cc -std=c99 consumer/main.c $(pkg-config --cflags --libs morvik) -o by-pkg-confi
 ./by-pkg-config
 # The CMake consumer also links the static library, which needs what the library is made of.
 apt-get install -y -qq --no-install-recommends g++ cmake ninja-build \
-  libopencv-imgproc-dev libyuv-dev libhwy-dev >/dev/null
+  libopencv-imgproc-dev libhwy-dev >/dev/null
 cmake -S consumer -B by-cmake -G Ninja >/dev/null
 cmake --build by-cmake >/dev/null
 by-cmake/consumer

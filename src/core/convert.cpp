@@ -1,11 +1,11 @@
-// Conversions to and from gray, as rows of a table; the other pairs are libyuv's.
+// Conversions to and from gray, as rows of a table.
 #include "core/convert.h"
 
 #include <algorithm>
 #include <cstring>
 #include <opencv2/imgproc.hpp>
 
-#include "core/convert_libyuv.h"
+#include "core/convert_colour.h"
 #include "core/copy.h"
 #include "core/kernels/gray_from_colour_row.h"
 #include "core/mat_view.h"
@@ -123,10 +123,7 @@ void convert_gray(const KelPixelRegion& dst, const KelPixelRegion& src) {
 void convert_pixel_format(KelPixelRegion& dst, const KelPixelRegion& src) {
   if (dst.format == src.format) return copy(dst, src);
   if (dst.format == QX_FMT_GRAY || src.format == QX_FMT_GRAY) return convert_gray(dst, src);
-  QX_OFFSCREEN to = dst;
-  QX_OFFSCREEN from = src;
-  // Pairs without a conversion write nothing, which is what this function promises for them.
-  static_cast<void>(kel::libyuv::convert_pixel_format(&to, &from));
+  convert_colour(dst, src);
 }
 
 template <>
