@@ -1,5 +1,5 @@
-// The outline service step by step over OpenCV's calls: every matrix cloned, every contour drawn by
-// its index in the whole list. Slow and plain; judge of the tests and peer of the benchmarks.
+// The outline service as a plain chain of OpenCV calls, with no copy that a step does not need:
+// judge of the tests and peer of the benchmarks.
 #pragma once
 
 #include <algorithm>
@@ -21,10 +21,6 @@ namespace outline_steps {
 
 using Contours = std::vector<std::vector<cv::Point>>;
 using Hierarchy = std::vector<cv::Vec4i>;
-
-inline void trace(const cv::Mat& image, Contours& contours, Hierarchy& hierarchy, int approx) {
-  cv::findContours(image.clone(), contours, hierarchy, cv::RETR_TREE, approx, cv::Point(0, 0));
-}
 
 inline void snap(Contours& contours, int cols, int rows) {
   for (auto& contour : contours) {
@@ -52,11 +48,11 @@ inline std::set<size_t> main_set(const Contours& contours, const Hierarchy& hier
   return set;
 }
 
-inline void draw_each(cv::Mat& image, const Contours& contours, const Hierarchy& hierarchy,
-                      double color, int thickness) {
+// Each on its own, so that contours inside others add nothing.
+inline void fill_each(cv::Mat& image, const Contours& contours, const Hierarchy& hierarchy,
+                      double color) {
   for (int j = 0; j < static_cast<int>(contours.size()); ++j) {
-    cv::drawContours(image, contours, j, cv::Scalar(color), thickness, 0, hierarchy, 1,
-                     cv::Point(0, 0));
+    cv::drawContours(image, contours, j, cv::Scalar(color), cv::FILLED, 0, hierarchy, 1);
   }
 }
 
@@ -103,13 +99,13 @@ inline void expand(Contours& contours, const MKOutlineMode& mode, cv::Mat& image
     if (center != nullptr) cx = center->x, cy = center->y;
     if (std::isfinite(cx) && std::isfinite(cy)) move(contours[i], cx, cy, mode.expand_size);
   }
-  draw_each(image, contours, hierarchy, 127, -1);
+  fill_each(image, contours, hierarchy, 127);
 }
 
 inline void smooth(cv::Mat& image, uint32_t level) {
   Contours contours;
   Hierarchy hierarchy;
-  trace(image, contours, hierarchy, cv::CHAIN_APPROX_NONE);
+  cv::findContours(image, contours, hierarchy, cv::RETR_TREE, cv::CHAIN_APPROX_NONE);
   const double f = static_cast<float>(level) * 0.01F;
   for (const size_t i : main_set(contours, hierarchy)) {
     const auto n = static_cast<uint32_t>(cv::arcLength(contours[i], true) * f);
@@ -118,23 +114,26 @@ inline void smooth(cv::Mat& image, uint32_t level) {
     cv::Mat mean;
     cv::blur(row, mean, cv::Size(static_cast<int>(n % 2 == 1 ? n : n + 1), 1), cv::Point(-1, -1),
              cv::BORDER_REFLECT_101);
-    contours[i].assign(mean.begin<cv::Point>(), mean.end<cv::Point>());
+    std::copy_n(mean.ptr<cv::Point>(), contours[i].size(), contours[i].begin());
   }
-  draw_each(image, contours, hierarchy, 100, -1);
+  fill_each(image, contours, hierarchy, 100);
 }
 
 inline void draw(cv::Mat& image, Contours& contours, const Hierarchy& hierarchy,
                  const MKOutlineMode& mode) {
   if (mode.mode == 2 || mode.mode == 4 || mode.mode == 7) {
-    const Contours points = contours;
-    for (size_t i = 0; i < points.size(); ++i) cv::convexHull(points[i], contours[i], true, true);
+    for (std::vector<cv::Point>& contour : contours) {
+      std::vector<cv::Point> hull;
+      cv::convexHull(contour, hull, true, true);
+      contour.swap(hull);
+    }
   }
   const TPOINT* center = mode.mode == 5 || mode.mode == 8 ? mode.center : nullptr;
   if (mode.mode == 1 || mode.mode == 2) {
-    cv::drawContours(image, contours, -1, cv::Scalar(127), -1, 0, hierarchy, 1, cv::Point(0, 0));
+    cv::drawContours(image, contours, -1, cv::Scalar(127), cv::FILLED, 0, hierarchy, 1);
   }
   if (mode.mode <= 2) {
-    draw_each(image, contours, hierarchy, 127, 2 * mode.expand_size);
+    cv::drawContours(image, contours, -1, cv::Scalar(127), 2 * mode.expand_size, 0);
   } else if (mode.mode <= 5) {
     expand(contours, mode, image, hierarchy, center, scale_from);
   } else {
@@ -148,32 +147,31 @@ inline void draw(cv::Mat& image, Contours& contours, const Hierarchy& hierarchy,
 // Outlines of a packed gray image; empty where the service finds nothing.
 inline Outlines outlines(const QX_OFFSCREEN& image, const MKOutlineMode& mode) {
   using namespace outline_steps;
-  cv::Mat source(image.height, image.width, CV_8UC1);
-  std::memcpy(source.data, image.plane[0], source.total());
-  cv::Mat binary(image.height, image.width, CV_8UC1);
-  cv::threshold(source.clone(), binary, mode.threshold, 255.0, cv::THRESH_BINARY);
+  const cv::Mat source(image.height, image.width, CV_8UC1, image.plane[0]);
+  cv::Mat shapes;
+  cv::threshold(source, shapes, mode.threshold, 255.0, cv::THRESH_BINARY);
   Contours contours;
   Hierarchy hierarchy;
-  trace(binary, contours, hierarchy, cv::CHAIN_APPROX_SIMPLE);
+  cv::findContours(shapes, contours, hierarchy, cv::RETR_TREE, cv::CHAIN_APPROX_SIMPLE);
   if (contours.empty()) return {};
-  snap(contours, binary.cols, binary.rows);
-  cv::Mat working(image.height, image.width, CV_8UC1);
-  std::memcpy(working.data, binary.data, binary.total());
-  draw(working, contours, hierarchy, mode);
+  snap(contours, shapes.cols, shapes.rows);
+  draw(shapes, contours, hierarchy, mode);
 
-  trace(working.clone(), contours, hierarchy, static_cast<int>(mode.chain_approx));
-  const Contours points = mode.approx_poly != 0 ? contours : Contours{};
-  for (size_t i = 0; i < points.size(); ++i) {
+  const int approximation = static_cast<int>(mode.chain_approx);
+  cv::findContours(shapes, contours, hierarchy, cv::RETR_TREE, approximation);
+  for (size_t i = 0; mode.approx_poly != 0 && i < contours.size(); ++i) {
     const double factor = 0.01F;
-    cv::approxPolyDP(points[i], contours[i], cv::arcLength(points[i], true) * factor, true);
+    std::vector<cv::Point> polygon;
+    cv::approxPolyDP(contours[i], polygon, cv::arcLength(contours[i], true) * factor, true);
+    contours[i].swap(polygon);
   }
-  snap(contours, working.cols, working.rows);
+  snap(contours, shapes.cols, shapes.rows);
   const std::set<size_t> reversed = main_set(contours, hierarchy);
-  Outlines found;
+  Outlines found(contours.size());
   for (size_t i = 0; i < contours.size(); ++i) {
     if (reversed.count(i) != 0) std::reverse(contours[i].begin(), contours[i].end());
-    std::vector<int32_t>& values = found.emplace_back();
-    for (const cv::Point p : contours[i]) values.insert(values.end(), {p.x, p.y});
+    found[i].resize(2 * contours[i].size());
+    if (!found[i].empty()) std::memcpy(found[i].data(), contours[i].data(), 4 * found[i].size());
   }
   return found;
 }

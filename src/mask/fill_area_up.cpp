@@ -7,19 +7,19 @@ namespace kel::mask {
 
 uint32_t fill_area_up(cv::Mat& mask, const Contours& contours) {
   if (mask.type() != CV_8UC1) return MVK_BAD_ARGUMENT;
-  if (contours.empty()) return MVK_OK;
-  PolygonFiller filler(mask, 255);
-  filler.add(contours[0]);
+  BitMask area(mask.cols, mask.rows);
+  PolygonFiller filler(area);
+  if (!contours.empty()) filler.add(contours[0]);
   filler.fill();
+  area.write(mask);
   return MVK_OK;
 }
 
 uint32_t fill_area_up(const KelPixelRegion& image, const TPOINT* points, uint32_t count) {
-  std::vector<std::vector<cv::Point>> contours(1);
+  Contours contours(1);
   contours[0].reserve(count);
   for (uint32_t i = 0; i < count; ++i) contours[0].emplace_back(points[i].x, points[i].y);
   cv::Mat mask = packed_mat(image, CV_8UC1);
-  mask.setTo(0);
   return fill_area_up(mask, contours);
 }
 

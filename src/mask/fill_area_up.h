@@ -4,13 +4,12 @@
 #include <opencv2/core.hpp>
 
 #include "core/contours/contours.h"
-
 #include "core/pixel_region.h"
 
 namespace kel::mask {
 
-// Paints the first of the contours solid (255) into mask, even-odd where it crosses itself.
-// Returns MVK_BAD_ARGUMENT for a mask that is not CV_8UC1.
+// The mask becomes that of the first of the contours: 255 inside, even-odd where it crosses itself,
+// and 0 elsewhere. Returns MVK_BAD_ARGUMENT for a mask that is not CV_8UC1.
 [[nodiscard]] uint32_t fill_area_up(cv::Mat& mask, const Contours& contours);
 
 // A GRAY region, rows packed, becomes the polygon's mask: 255 inside, 0 elsewhere.

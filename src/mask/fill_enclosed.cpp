@@ -1,82 +1,197 @@
 #include "mask/fill_enclosed.h"
 
 #include <algorithm>
-#include <cstring>
-#include <utility>
 #include <vector>
 
 namespace kel::mask {
 namespace {
 
-// Zeros of columns [begin, end) of one row.
-struct Run {
-  int32_t begin;
-  int32_t end;
-  int32_t parent;  // index of a run of the same area that was found before, or its own
+constexpr uint64_t kAll = ~uint64_t{0};
+constexpr int kLastBit = BitMask::kBits - 1;
+
+// The bits of the runs of `free` from `seeds`, all in runs, up to their ends.
+uint64_t fill_up(uint64_t free, uint64_t seeds) { return (free & ~(free + seeds)) | seeds; }
+
+uint64_t fill_down(uint64_t free, uint64_t seeds) {
+  for (int shift = 1; shift < BitMask::kBits; shift *= 2) {
+    seeds |= free & (seeds >> shift);
+    free &= free >> shift;
+  }
+  return seeds;
+}
+
+// Spreads over unset pixels, a word at a time.
+class Flood {
+ public:
+  explicit Flood(const BitMask& shapes)
+      : shapes_(shapes),
+        reached_(shapes.width(), shapes.height()),
+        is_waiting_(static_cast<size_t>(shapes.row_words() * shapes.height())) {}
+
+  void spread_from_border();
+  BitMask unreached() const;
+  bool fills_more_than(int64_t area);
+
+ private:
+  // Columns of words, and rows; the last ones included.
+  struct Box {
+    int64_t left;
+    int64_t top;
+    int64_t right;
+    int64_t bottom;
+  };
+  int64_t row_words() const { return shapes_.row_words(); }
+  int64_t count() const { return static_cast<int64_t>(is_waiting_.size()); }
+  uint64_t free(int64_t i) const { return ~shapes_.row(0)[i]; }
+  uint64_t& reached(int64_t i) { return reached_.row(0)[i]; }
+  uint64_t missing(int64_t i) { return free(i) & ~reached(i); }
+
+  void sweep_down();
+  void fill_row(int y);
+  void wait(int64_t i);
+  uint64_t touched_by_neighbours(int64_t i);
+  void reach(int64_t i, uint64_t seeds);
+  void spread();
+
+  const BitMask& shapes_;
+  BitMask reached_;
+  std::vector<bool> is_waiting_;  // words in waiting_
+  std::vector<int64_t> waiting_;  // words with pixels that reached ones touch
+  Box filled_{};
 };
 
-// Index of the root of a run's area; halves the path to it.
-int32_t find_root(std::vector<Run>& runs, int32_t index) {
-  const auto at = [&runs](int32_t i) -> Run& { return runs[static_cast<size_t>(i)]; };
-  while (at(index).parent != index) {
-    at(index).parent = at(at(index).parent).parent;
-    index = at(index).parent;
-  }
-  return index;
-}
-
-void join(std::vector<Run>& runs, int32_t a, int32_t b) {
-  const auto [low, high] = std::minmax({find_root(runs, a), find_root(runs, b)});
-  runs[static_cast<size_t>(high)].parent = low;
-}
-
-int32_t find_byte(const uint8_t* row, int32_t from, int32_t width, int value) {
-  const void* found = std::memchr(row + from, value, static_cast<size_t>(width - from));
-  if (found == nullptr) return width;
-  return static_cast<int32_t>(static_cast<const uint8_t*>(found) - row);
-}
-
-// Appends a row's runs; those at the border belong to run 0, which stands for the outside.
-void add_runs(std::vector<Run>& runs, const uint8_t* row, int32_t width, bool border_row) {
-  for (int32_t x = find_byte(row, 0, width, 0); x < width; x = find_byte(row, x, width, 0)) {
-    const int32_t end = find_byte(row, x, width, 255);
-    const bool outside = border_row || x == 0 || end == width;
-    runs.push_back({x, end, outside ? 0 : static_cast<int32_t>(runs.size())});
-    x = end;
-  }
-}
-
-// Joins the runs [above, here) of one row with those from here on of the next where they touch.
-void join_rows(std::vector<Run>& runs, size_t above, size_t here) {
-  for (size_t lower = here; above < here && lower < runs.size();) {
-    if (runs[above].begin < runs[lower].end && runs[lower].begin < runs[above].end) {
-      join(runs, static_cast<int32_t>(above), static_cast<int32_t>(lower));
+// After the sweep only pixels are missing that are reached from below.
+void Flood::spread_from_border() {
+  sweep_down();
+  for (int y = shapes_.height() - 2; y >= 0; --y) {
+    const uint64_t* const blocked = shapes_.row(y);
+    const uint64_t* const here = reached_.row(y);
+    const uint64_t* const below = reached_.row(y + 1);
+    uint64_t missing_below = 0;
+    for (int64_t i = 0; i < row_words(); ++i) missing_below |= ~blocked[i] & ~here[i] & below[i];
+    if (missing_below == 0) continue;
+    for (int64_t i = 0; i < row_words(); ++i) {
+      if ((~blocked[i] & ~here[i] & below[i]) != 0) wait(y * row_words() + i);
     }
-    runs[above].end < runs[lower].end ? ++above : ++lower;
   }
+  spread();
+}
+
+// What a row takes from the one above and from the border goes on along the row.
+void Flood::sweep_down() {
+  const int last_bit = (shapes_.width() - 1) % BitMask::kBits;
+  const int64_t last = row_words() - 1;
+  for (int y = 0; y < shapes_.height(); ++y) {
+    const uint64_t* const blocked = shapes_.row(y);
+    uint64_t* const here = reached_.row(y);
+    if (y == 0 || y == shapes_.height() - 1) {
+      for (int64_t i = 0; i <= last; ++i) here[i] = ~blocked[i];
+      continue;
+    }
+    const uint64_t* const above = reached_.row(y - 1);
+    for (int64_t i = 0; i <= last; ++i) here[i] = ~blocked[i] & above[i];
+    here[0] |= ~blocked[0] & 1;
+    here[last] |= ~blocked[last] & (uint64_t{1} << last_bit);
+    fill_row(y);
+  }
+}
+
+void Flood::fill_row(int y) {
+  const uint64_t* const blocked = shapes_.row(y);
+  uint64_t* const here = reached_.row(y);
+  uint64_t lacking = 0;
+  for (int64_t i = 0; i < row_words(); ++i) lacking |= ~blocked[i] & ~here[i];
+  if (lacking == 0) return;
+  uint64_t carry = 0;
+  for (int64_t i = 0; i < row_words(); ++i) {
+    const uint64_t free = ~blocked[i];
+    if (here[i] != free) here[i] = fill_up(free, here[i] | (free & carry));
+    carry = here[i] >> kLastBit;
+  }
+  carry = 0;
+  for (int64_t i = row_words() - 1; i >= 0; --i) {
+    const uint64_t free = ~blocked[i];
+    if (here[i] != free) here[i] = fill_down(free, here[i] | (free & carry << kLastBit));
+    carry = here[i] & 1;
+  }
+}
+
+void Flood::wait(int64_t i) {
+  if (is_waiting_[static_cast<size_t>(i)]) return;
+  is_waiting_[static_cast<size_t>(i)] = true;
+  waiting_.push_back(i);
+}
+
+// Fills a word from some of its bits and calls on the neighbours that the new ones touch.
+void Flood::reach(int64_t i, uint64_t seeds) {
+  const int64_t words = row_words();
+  const int64_t x = i % words;
+  const int64_t y = i / words;
+  const uint64_t added = fill_down(free(i), fill_up(free(i), seeds)) & ~reached(i);
+  reached(i) |= added;
+  filled_ = {std::min(filled_.left, x), std::min(filled_.top, y), std::max(filled_.right, x),
+             std::max(filled_.bottom, y)};
+  if (i >= words && (missing(i - words) & added) != 0) wait(i - words);
+  if (i + words < count() && (missing(i + words) & added) != 0) wait(i + words);
+  if (x > 0 && (missing(i - 1) >> kLastBit & added & 1) != 0) wait(i - 1);
+  if (x + 1 < words && (missing(i + 1) & added >> kLastBit & 1) != 0) wait(i + 1);
+}
+
+uint64_t Flood::touched_by_neighbours(int64_t i) {
+  const int64_t words = row_words();
+  const int64_t x = i % words;
+  uint64_t around = 0;
+  if (i >= words) around |= reached(i - words);
+  if (i + words < count()) around |= reached(i + words);
+  if (x > 0) around |= reached(i - 1) >> kLastBit;
+  if (x + 1 < words) around |= reached(i + 1) << kLastBit;
+  return missing(i) & around;
+}
+
+void Flood::spread() {
+  while (!waiting_.empty()) {
+    const int64_t i = waiting_.back();
+    waiting_.pop_back();
+    is_waiting_[static_cast<size_t>(i)] = false;
+    reach(i, touched_by_neighbours(i));
+  }
+}
+
+// Goes on with what is left, area by area.
+bool Flood::fills_more_than(int64_t area) {
+  for (int64_t i = 0; i < count(); ++i) {
+    while (missing(i) != 0) {  // an area, or a part of it that others do not touch
+      filled_ = {i % row_words(), i / row_words(), i % row_words(), i / row_words()};
+      reach(i, missing(i) & (~missing(i) + 1));
+      spread();
+      const int64_t width = (filled_.right - filled_.left + 1) * BitMask::kBits;
+      const int64_t height = filled_.bottom - filled_.top + 1;
+      if ((width + 1) * (height + 1) > area) return true;
+    }
+  }
+  return false;
+}
+
+BitMask Flood::unreached() const {
+  BitMask mask(shapes_.width(), shapes_.height());
+  for (int y = 0; y < mask.height(); ++y) {
+    uint64_t* const to = mask.row(y);
+    const uint64_t* const from = reached_.row(y);
+    for (int64_t i = 0; i < row_words(); ++i) to[i] = ~from[i];
+    to[row_words() - 1] &= mask.last_word();
+  }
+  return mask;
 }
 
 }  // namespace
 
-void fill_enclosed(cv::Mat& image) {
-  std::vector<Run> runs{{0, 0, 0}};
-  std::vector<size_t> starts;  // first run of each row
-  size_t above = 1;
-  for (int32_t y = 0; y < image.rows; ++y) {
-    const size_t here = runs.size();
-    starts.push_back(here);
-    add_runs(runs, image.ptr(y), image.cols, y == 0 || y == image.rows - 1);
-    join_rows(runs, above, here);
-    above = here;
-  }
-  starts.push_back(runs.size());
-  for (int32_t y = 0; y < image.rows; ++y) {
-    for (size_t i = starts[static_cast<size_t>(y)]; i < starts[static_cast<size_t>(y) + 1]; ++i) {
-      if (find_root(runs, static_cast<int32_t>(i)) == 0) continue;
-      std::memset(image.ptr(y, runs[i].begin), 255,
-                  static_cast<size_t>(runs[i].end - runs[i].begin));
-    }
-  }
+BitMask fill_enclosed(const BitMask& shapes, int64_t large, bool& has_large_hole) {
+  Flood flood(shapes);
+  flood.spread_from_border();
+  BitMask filled = flood.unreached();
+  const bool can_be_large = int64_t{shapes.width()} * shapes.height() > large;
+  has_large_hole = can_be_large && flood.fills_more_than(large);
+  return filled;
 }
 
 }  // namespace kel::mask

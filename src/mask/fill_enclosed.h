@@ -1,15 +1,13 @@
-// Fills what a shape encloses, without tracing contours: the background is cut into horizontal
-// runs, runs that touch from row to row are joined (union-find), and those that do not reach the
-// image's border are holes.
 #pragma once
 
-#include <cstdint>
-#include <opencv2/core.hpp>
+#include "core/contours/bit_mask.h"
 
 namespace kel::mask {
 
-// Turns the pixels of `image` (CV_8UC1, only 0 and 255) that no 4-connected path of zeros joins to
-// the border into 255. The same as filling every outer contour of its 8-connected shapes.
-void fill_enclosed(cv::Mat& image);
+// The mask with the pixels set, too, that no path of unset pixels, from neighbour to neighbour in
+// rows and columns, joins to its border: with what the outer contours of its shapes enclose.
+// `has_large_hole` becomes false unless an area enclosed by shape might, with the pixels around it,
+// be larger than `large`.
+BitMask fill_enclosed(const BitMask& shapes, int64_t large, bool& has_large_hole);
 
 }  // namespace kel::mask

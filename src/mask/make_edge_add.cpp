@@ -5,7 +5,6 @@
 #include <opencv2/imgproc.hpp>
 
 #include "core/contours/trace_contours.h"
-#include "mask/binarise.h"
 #include "morvik/morvik.h"
 
 namespace kel::mask {
@@ -35,10 +34,10 @@ void sum_brightness(const cv::Mat& guide, int32_t y, int32_t x, int32_t radius, 
 uint32_t make_edge_add(cv::Mat& mask, uint32_t radius, const cv::Mat& guide) {
   if (mask.rows != guide.rows || mask.cols != guide.cols) return kUnusableSize;
   if (radius < 2 || radius > kLargestRadius) return kUnusableSize;
-  binarise(mask, mask, 254.0);
+  const BitMask shapes(mask, 254);
+  shapes.write(mask);
   Contours contours;
   Hierarchy hierarchy;
-  cv::Mat shapes = frame_shapes(mask, 0);
   trace_contours(shapes, cv::CHAIN_APPROX_NONE, contours, hierarchy);
   if (contours.empty()) return MVK_BAD_ARGUMENT;
   make_contour_edge(mask, guide, radius, contours, hierarchy);

@@ -4,8 +4,7 @@
 
 #include "core/contours/fill_contours.h"
 #include "core/contours/trace_contours.h"
-#include "mask/binarise.h"
-#include "mask/caller_mat.h"
+#include "core/mat_view.h"
 #include "mask/fill_enclosed.h"
 #include "mask/opencv_limits.h"
 
@@ -38,14 +37,24 @@ Contours siblings_of(size_t member, const Contours& contours, const Hierarchy& h
   return siblings;
 }
 
-// For images whose areas lose precision: the largest contour may be a hole.
-void fill_level_of_largest(cv::Mat& image) {
-  cv::Mat shapes = frame_shapes(image, 0);
+// The contours beside the largest one filled: it may be a hole.
+BitMask fill_level_of_largest(const BitMask& shapes) {
   Contours contours;
   Hierarchy hierarchy;
   trace_contours(shapes, cv::CHAIN_APPROX_SIMPLE, contours, hierarchy);
-  if (contours.empty()) return;
-  fill_contours(image, siblings_of(find_largest(contours), contours, hierarchy), 255);
+  BitMask filled = shapes;
+  fill_contours(filled, siblings_of(find_largest(contours), contours, hierarchy));
+  return filled;
+}
+
+// As long as areas are exact in single precision no contour is larger than the outer one around it,
+// so the largest is on the top level, and filling that level is filling whatever is enclosed. An
+// inexact area can lose against that of a hole only if both are large.
+BitMask fill_holes(const BitMask& shapes) {
+  constexpr int64_t kExactArea = int64_t{1} << 23;  // in steps of a half
+  bool has_large_hole = false;
+  BitMask filled = fill_enclosed(shapes, kExactArea, has_large_hole);
+  return has_large_hole ? fill_level_of_largest(shapes) : filled;
 }
 
 }  // namespace
@@ -55,20 +64,12 @@ uint32_t make_up_holes(const KelPixelRegion& src, const KelPixelRegion& dst, uin
   if (level > 254 || dst.format != QX_FMT_GRAY) return MVK_BAD_ARGUMENT;
   if (!sides_fit(src.width, src.height)) return MVK_OK;
   cv::Mat filled = packed_mat(dst, CV_8UC1);
-  _make_up_holes(source_mat(src, dst, CV_8UC1), filled, static_cast<int32_t>(level));
+  _make_up_holes(packed_mat(src, CV_8UC1), filled, static_cast<int32_t>(level));
   return MVK_OK;
 }
 
-// As long as areas are exact in single precision no contour is larger than the outer one around it,
-// so the largest is on the top level, and filling that level is filling whatever is enclosed.
 void _make_up_holes(const cv::Mat& src, cv::Mat& dst, int32_t level) {
-  constexpr int64_t kExactArea = int64_t{1} << 23;  // in steps of a half
-  binarise(src, dst, level);
-  if (int64_t{src.cols - 1} * (src.rows - 1) <= kExactArea) {
-    fill_enclosed(dst);
-  } else {
-    fill_level_of_largest(dst);
-  }
+  fill_holes(BitMask(src, static_cast<uint8_t>(level))).write(dst);
 }
 
 }  // namespace kel::mask

@@ -80,23 +80,23 @@ void move_main_contours(kel::Contours& contours, const kel::Hierarchy& hierarchy
 
 }  // namespace
 
-void expansion_contours_polar(kel::Contours& contours, uint16_t expand_size, cv::Mat& image,
+void expansion_contours_polar(kel::Contours& contours, uint16_t expand_size, kel::BitMask& mask,
                               const kel::Hierarchy& hierarchy, const TPOINT* center) {
   if (contours.empty()) return;
   move_main_contours(contours, hierarchy, center, [&](kel::Contour& contour, cv::Point2d centre) {
     const double scale = radial_scale(contour, centre, expand_size);
     if (std::isfinite(scale)) scale_contour(contour, centre, scale);
   });
-  kel::fill_contours(image, contours, kel::kShape);
+  kel::fill_contours(mask, contours);
 }
 
-void expansion_contours_vector(kel::Contours& contours, uint16_t expand_size, cv::Mat& image,
+void expansion_contours_vector(kel::Contours& contours, uint16_t expand_size, kel::BitMask& mask,
                                const kel::Hierarchy& hierarchy, const TPOINT* center) {
   if (contours.empty()) return;
   move_main_contours(contours, hierarchy, center, [&](kel::Contour& contour, cv::Point2d centre) {
     push_contour(contour, centre, expand_size);
   });
-  kel::fill_contours(image, contours, kel::kShape);
+  kel::fill_contours(mask, contours);
 }
 
 }  // namespace outline

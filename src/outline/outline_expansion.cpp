@@ -4,6 +4,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "core/contours/fill_contours.h"
+#include "core/contours/stroke_contours.h"
 #include "core/contours/trace_contours.h"
 #include "outline/expansion.h"
 #include "outline/polygons.h"
@@ -12,60 +13,40 @@
 #include "outline/snap_to_edges.h"
 
 namespace outline {
-namespace {
 
-// Reads the caller's rows where they are.
-cv::Mat find_shapes(const kel::imageprocess::Plane& gray, uint8_t threshold) {
-  const int width = static_cast<int>(gray.row_bytes);
-  cv::Mat shapes = kel::make_framed_image({width, static_cast<int>(gray.rows)});
-  for (int y = 0; y < shapes.rows; ++y) {
-    const uint8_t* from = gray.row(y);
-    uint8_t* to = shapes.ptr(y);
-    for (int x = 0; x < width; ++x) to[x] = from[x] > threshold ? kel::kShape : 0;
-  }
-  return shapes;
-}
-
-// All contours of the list, whatever their level, in one call.
-void stroke_each(cv::Mat& image, const kel::Contours& contours, uint16_t expand_size) {
-  cv::drawContours(image, contours, -1, cv::Scalar(kel::kShape), 2 * expand_size, 0);
-}
-
-}  // namespace
-
-void switch_mode_draw(cv::Mat& image, kel::Contours& contours, const kel::Hierarchy& hierarchy,
+void switch_mode_draw(kel::BitMask& mask, kel::Contours& contours, const kel::Hierarchy& hierarchy,
                       const MKOutlineMode* mode) {
   const uint16_t expand_size = mode->expand_size;
   const auto hulls = {MK_OMODE_HULL_FILL_STROKE, MK_OMODE_HULL_POLAR, MK_OMODE_HULL_VECTOR};
   if (std::find(hulls.begin(), hulls.end(), mode->mode) != hulls.end()) use_convexHull(contours);
   switch (mode->mode) {
     case MK_OMODE_STROKE:
-      stroke_each(image, contours, expand_size);
+      kel::stroke_contours(mask, contours, expand_size);
       break;
     case MK_OMODE_FILL_STROKE:
     case MK_OMODE_HULL_FILL_STROKE:
-      kel::fill_top_level(image, contours, hierarchy, kel::kShape);
-      stroke_each(image, contours, expand_size);
+      kel::fill_top_level(mask, contours, hierarchy);
+      kel::stroke_contours(mask, contours, expand_size);
       break;
     case MK_OMODE_POLAR:
     case MK_OMODE_HULL_POLAR:
-      expansion_contours_polar(contours, expand_size, image, hierarchy, nullptr);
+      expansion_contours_polar(contours, expand_size, mask, hierarchy, nullptr);
       break;
     case MK_OMODE_POLAR_CENTER:
-      expansion_contours_polar(contours, expand_size, image, hierarchy, mode->center);
+      expansion_contours_polar(contours, expand_size, mask, hierarchy, mode->center);
       break;
     case MK_OMODE_VECTOR:
     case MK_OMODE_HULL_VECTOR:
-      expansion_contours_vector(contours, expand_size, image, hierarchy, nullptr);
+      expansion_contours_vector(contours, expand_size, mask, hierarchy, nullptr);
       break;
     case MK_OMODE_VECTOR_CENTER:
-      expansion_contours_vector(contours, expand_size, image, hierarchy, mode->center);
+      expansion_contours_vector(contours, expand_size, mask, hierarchy, mode->center);
       break;
     default:
       break;
   }
   if (mode->smooth_level >= 1 && mode->smooth_level <= 5) {
-    make_contour_mean_fast(image, mode->smooth_level);
+    make_contour_mean_fast(mask, mode->smooth_level);
   }
 }
 
@@ -76,7 +57,7 @@ uint32_t outline_expansion(const kel::imageprocess::Plane& gray, const MKOutline
     result->contour_count = 0;
     return MVK_NOT_FOUND;
   }
-  cv::Mat shapes = find_shapes(gray, mode->threshold);
+  kel::BitMask shapes(gray, mode->threshold);
   kel::Contours contours;
   kel::Hierarchy hierarchy;
   // Simple runs here, whatever the caller wants returned: the expansions see these points.
@@ -85,7 +66,7 @@ uint32_t outline_expansion(const kel::imageprocess::Plane& gray, const MKOutline
     result->contour_count = 0;
     return MVK_NOT_FOUND;
   }
-  snap_to_edges(contours, shapes.size());
+  snap_to_edges(contours, {shapes.width(), shapes.height()});
   switch_mode_draw(shapes, contours, hierarchy, mode);
   return get_contours_outline(shapes, result, mode);
 }

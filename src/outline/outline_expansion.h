@@ -3,6 +3,7 @@
 
 #include <opencv2/core.hpp>
 
+#include "core/contours/bit_mask.h"
 #include "core/contours/contours.h"
 #include "core/pixel_region.h"
 #include "morvik/morvik.h"
@@ -18,10 +19,9 @@ namespace outline {
 [[nodiscard]] uint32_t outline_expansion(const kel::imageprocess::Plane& gray,
                                          const MKOutlineMode* mode, MKGetOutline* result);
 
-// Paints the contours, grown as mode->mode says, as shape into a framed image (trace_contours.h),
-// and smooths what is painted there. Replaces the contours by their hulls or moves them where the
-// mode does so.
-void switch_mode_draw(cv::Mat& image, kel::Contours& contours, const kel::Hierarchy& hierarchy,
+// Paints the contours, grown as mode->mode says, into a mask, and smooths what is painted there.
+// Replaces the contours by their hulls or moves them where the mode does so.
+void switch_mode_draw(kel::BitMask& mask, kel::Contours& contours, const kel::Hierarchy& hierarchy,
                       const MKOutlineMode* mode);
 
 }  // namespace outline

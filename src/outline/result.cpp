@@ -43,16 +43,17 @@ void release_outlines(const MKGetOutline& result) {
   delete[] result.point_counts;
 }
 
-uint32_t get_contours_outline(cv::Mat& image, MKGetOutline* result, const MKOutlineMode* mode) {
+uint32_t get_contours_outline(const kel::BitMask& mask, MKGetOutline* result,
+                              const MKOutlineMode* mode) {
   kel::Contours contours;
   kel::Hierarchy hierarchy;
-  kel::trace_contours(image, static_cast<int>(mode->chain_approx), contours, hierarchy);
+  kel::trace_contours(mask, static_cast<int>(mode->chain_approx), contours, hierarchy);
   if (contours.empty()) {
     result->contour_count = 0;
     return MVK_NOT_FOUND;
   }
   if (mode->approx_poly != 0) use_approxPolyDP(contours);
-  snap_to_edges(contours, image.size());
+  snap_to_edges(contours, {mask.width(), mask.height()});
   std::set<int32_t> main;
   get_max_hierarchy_index(main, contours, hierarchy);
 

@@ -25,16 +25,16 @@ void smooth_contour(kel::Contour& contour, double share) {
 
 }  // namespace
 
-void make_contour_mean_fast(cv::Mat& image, MKOSmoothLevel level) {
+void make_contour_mean_fast(kel::BitMask& mask, MKOSmoothLevel level) {
   kel::Contours contours;
   kel::Hierarchy hierarchy;
-  kel::trace_contours(image, cv::CHAIN_APPROX_NONE, contours, hierarchy);
+  kel::trace_contours(mask, cv::CHAIN_APPROX_NONE, contours, hierarchy);
   if (contours.empty()) return;
   std::set<int32_t> main;
   get_max_hierarchy_index(main, contours, hierarchy);
   const float share = static_cast<float>(level) * 0.01F;
   for (const int32_t i : main) smooth_contour(contours[static_cast<size_t>(i)], share);
-  kel::fill_contours(image, contours, kel::kShape);
+  kel::fill_contours(mask, contours);
 }
 
 }  // namespace outline

@@ -2,11 +2,9 @@
 // what a call leaves in it.
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <opencv2/imgproc.hpp>
 #include <utility>
 
-#include "core/contours/fill_contours.h"
 #include "reference/outline.h"
 #include "support/samples.h"
 
@@ -120,13 +118,6 @@ TEST_F(Outline, AsByHandWhereNothingCanBeSmoothed) {
   for (int i = 0; i < 1500 * 1000; ++i) comb.row(0)[i] = i < 1500 || i % 2 == 0 ? 255 : 0;
   const MKOutlineMode mode{MK_OMODE_STROKE, 2, 0, MK_OSMOOTH_5, 0, nullptr, 127};
   EXPECT_TRUE(expand(comb, mode) == as_written::outlines(comb, mode));
-}
-
-// Too far for OpenCV's 32-bit row counts; the triangle covers the image.
-TEST(FillContours, TheWholeRangeOfIntegers) {
-  cv::Mat image = cv::Mat::zeros(50, 80, CV_8UC1);
-  kel::fill_contours(image, {{{INT_MIN, INT_MIN}, {INT_MAX, INT_MIN}, {0, INT_MAX}}}, 9);
-  EXPECT_EQ(cv::countNonZero(image == 9), 50 * 80);
 }
 
 TEST_F(Outline, RefusedCallsEmptyTheRecord) {

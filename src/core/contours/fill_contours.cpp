@@ -4,17 +4,16 @@
 
 namespace kel {
 
-void fill_contours(cv::Mat& image, const Contours& contours, uint8_t value) {
-  PolygonFiller filler(image, value);
+void fill_contours(BitMask& mask, const Contours& contours) {
+  PolygonFiller filler(mask);
   for (const Contour& contour : contours) {
     filler.add(contour);
     filler.fill();
   }
 }
 
-void fill_top_level(cv::Mat& image, const Contours& contours, const Hierarchy& hierarchy,
-                    uint8_t value) {
-  PolygonFiller filler(image, value);
+void fill_top_level(BitMask& mask, const Contours& contours, const Hierarchy& hierarchy) {
+  PolygonFiller filler(mask);
   for (size_t i = 0; i < contours.size(); ++i) {
     if (hierarchy[i][kParent] < 0) filler.add(contours[i]);
   }

@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
-#include <iterator>
-#include <opencv2/imgproc.hpp>
 #include <utility>
+
+#include "core/contours/draw_line.h"
 
 namespace kel {
 namespace {
@@ -15,88 +14,90 @@ namespace {
 constexpr int kFractionBits = 16;
 constexpr int64_t kOne = int64_t{1} << kFractionBits;
 
+// Bit i tells whether an odd number of the bits up to i is set.
+uint64_t parity_up_to_each(uint64_t bits) {
+  for (int shift = 1; shift < BitMask::kBits; shift *= 2) bits ^= bits << shift;
+  return bits;
+}
+
 }  // namespace
 
 void PolygonFiller::add(const Contour& polygon) {
   if (polygon.empty()) return;
   cv::Point from = polygon.back();
   for (const cv::Point to : polygon) {
-    draw_line(from, to);
-    add_edge(from, to);
+    draw_side(from, to);
+    cross_rows(from, to);
     from = to;
   }
 }
 
-void PolygonFiller::fill() {
-  std::sort(edges_.begin(), edges_.end(), is_earlier);
-  fill_between_edges();
-  edges_.clear();
-}
-
-bool PolygonFiller::contains(cv::Point p) const {
-  return p.x >= 0 && p.y >= 0 && p.x < image_.cols && p.y < image_.rows;
-}
-
-void PolygonFiller::draw_line(cv::Point from, cv::Point to) {
-  if (contains(from) && contains(to) && std::abs(from.x - to.x) <= 1 &&
-      std::abs(from.y - to.y) <= 1) {
-    image_.at<uint8_t>(from) = value_;
-    image_.at<uint8_t>(to) = value_;
+void PolygonFiller::draw_side(cv::Point from, cv::Point to) {
+  if (mask_.contains(to.x, to.y) && mask_.contains(from.x, from.y) &&
+      std::abs(from.x - to.x) <= 1 && std::abs(from.y - to.y) <= 1) {
+    mask_.set(to.x, to.y);  // the other end belongs to the side before
   } else {
-    cv::line(image_, from, to, cv::Scalar(value_), 1, cv::LINE_8);
+    draw_line(mask_, from, to);
   }
 }
 
-void PolygonFiller::add_edge(cv::Point from, cv::Point to) {
+// The row of the lower end is not crossed. Where an edge passes a pixel exactly, the pixel is
+// filled, whichever side is inside; if the edge is not cut off, its line has set it.
+void PolygonFiller::cross_rows(cv::Point from, cv::Point to) {
+  constexpr int32_t kTall = 1 << (kFractionBits - 1);  // rows in which rounding adds up to a half
   const auto [upper, lower] = from.y < to.y ? std::pair(from, to) : std::pair(to, from);
   const int32_t row = std::max(upper.y, 0);
-  const int32_t end_row = std::min(lower.y, image_.rows);
+  const int32_t end_row = std::min(lower.y, mask_.height());
   if (row >= end_row) return;
-  const int64_t slope = (int64_t{to.x} - from.x) * kOne / (int64_t{to.y} - from.y);
-  edges_.push_back({row, end_row, upper.x * kOne + (int64_t{row} - upper.y) * slope, slope});
-}
-
-void PolygonFiller::fill_between_edges() {
-  crossing_.clear();
-  auto next = edges_.cbegin();
-  for (int32_t row = 0; next != edges_.cend() || !crossing_.empty(); ++row) {
-    if (crossing_.empty()) row = next->row;
-    if (next != edges_.cend() && next->row == row) {
-      const auto first = next;
-      while (next != edges_.cend() && next->row == row) ++next;
-      merged_.clear();
-      std::merge(crossing_.cbegin(), crossing_.cend(), first, next, std::back_inserter(merged_),
-                 is_left);
-      crossing_.swap(merged_);
-    }
-    fill_row(image_.ptr(row));
-    step_behind(row);
+  first_row_ = std::min(first_row_, row);
+  last_row_ = std::max(last_row_, end_row - 1);
+  const int64_t width = (int64_t{lower.x} - upper.x) * kOne;
+  const int64_t height = int64_t{lower.y} - upper.y;
+  const int64_t slope = height == 1 ? width : width / height;
+  int64_t x = upper.x * kOne + (int64_t{row} - upper.y) * slope;
+  const bool is_whole = mask_.contains(from.x, from.y) && mask_.contains(to.x, to.y);
+  for (int32_t y = row; y < end_row; ++y, x += slope) {
+    const int64_t column = x >> kFractionBits;
+    turn_over(column + 1, y);
+    if ((is_whole && height < kTall) || column * kOne != x) continue;
+    if (mask_.contains(column, y)) mask_.set(static_cast<int>(column), y);
   }
 }
 
-// Every row is crossed an even number of times; each pair of neighbours bounds a run.
-void PolygonFiller::fill_row(uint8_t* pixels) const {
-  for (size_t i = 0; i + 1 < crossing_.size(); i += 2) {
-    const int64_t left = (crossing_[i].x + kOne - 1) >> kFractionBits;
-    const int64_t right = crossing_[i + 1].x >> kFractionBits;
-    const int64_t begin = std::max<int64_t>(left, 0);
-    const int64_t end = std::min<int64_t>(right + 1, image_.cols);
-    if (begin < end) std::memset(pixels + begin, value_, static_cast<size_t>(end - begin));
+void PolygonFiller::turn_over(int64_t column, int32_t row) {
+  if (column >= mask_.width()) {  // what is inside goes on to the end of the row
+    last_word_ = mask_.row_words() - 1;
+    return;
   }
+  column = std::max<int64_t>(column, 0);
+  const int64_t word = column / BitMask::kBits;
+  first_word_ = std::min(first_word_, word);
+  last_word_ = std::max(last_word_, word);
+  turns_.row(row)[word] ^= uint64_t{1} << (column % BitMask::kBits);
 }
 
-// Keeps the edges that go on, sorted: few of them change places from row to row.
-void PolygonFiller::step_behind(int32_t row) {
-  size_t kept = 0;
-  for (size_t i = 0; i < crossing_.size(); ++i) {
-    Edge edge = crossing_[i];
-    if (edge.end_row == row + 1) continue;
-    edge.x += edge.slope;
-    size_t to = kept++;
-    for (; to > 0 && is_left(edge, crossing_[to - 1]); --to) crossing_[to] = crossing_[to - 1];
-    crossing_[to] = edge;
+void PolygonFiller::fill() {
+  for (int32_t y = first_row_; y <= last_row_; ++y) fill_row(y);
+  first_row_ = INT32_MAX;
+  last_row_ = -1;
+  first_word_ = INT64_MAX;
+  last_word_ = -1;
+}
+
+void PolygonFiller::fill_row(int32_t row) {
+  uint64_t* const turns = turns_.row(row);
+  uint64_t* const words = mask_.row(row);
+  uint64_t inside = 0;  // all bits or none, where the word begins
+  for (int64_t i = first_word_; i <= last_word_;) {
+    const int64_t next = turns_.find_other(row, i, last_word_ + 1, 0);
+    if (inside != 0) std::fill(words + i, words + next, inside);
+    i = next + 1;
+    if (next > last_word_) break;
+    const uint64_t filled = parity_up_to_each(std::exchange(turns[next], 0)) ^ inside;
+    words[next] |= filled;
+    inside = 0 - (filled >> (BitMask::kBits - 1));
   }
-  crossing_.resize(kept);
+  words[mask_.row_words() - 1] &= mask_.last_word();
 }
 
 }  // namespace kel

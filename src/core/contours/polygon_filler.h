@@ -4,18 +4,19 @@
 #include <cstdint>
 #include <vector>
 
+#include "core/contours/bit_mask.h"
 #include "core/contours/contours.h"
 
 namespace kel {
 
-// Gives the bytes of cv::drawContours, filled, line type 0. That call looks at every active edge
-// for every edge that begins in a row, and steps through all rows from the topmost point: seconds
-// for noise, or when a point lies far outside the image. Memory is kept from one filling to the
-// next.
+// Sets the pixels that cv::drawContours paints, filled, line type 0. That call keeps a sorted list
+// of the edges that cross a row, and steps through all rows from the topmost point: seconds for
+// noise, or when a point lies far outside the image. Here each edge, whatever the others do, turns
+// over one bit in each of its rows; a pixel is inside where an odd number of bits up to it is set.
+// Memory is kept from one filling to the next.
 class PolygonFiller {
  public:
-  // Paints `value` into an 8-bit image.
-  PolygonFiller(cv::Mat& image, uint8_t value) : image_(image), value_(value) {}
+  explicit PolygonFiller(BitMask& mask) : mask_(mask), turns_(mask.width(), mask.height()) {}
 
   // Draws the boundary of a polygon; its inside follows with the next fill().
   void add(const Contour& polygon);
@@ -23,30 +24,18 @@ class PolygonFiller {
   void fill();
 
  private:
-  // A side of a polygon, as far as it lies in the rows of the image.
-  struct Edge {
-    int32_t row;      // the first of its rows
-    int32_t end_row;  // behind the last: the row of the lower end is not crossed
-    int64_t x;        // in the row that is filled
-    int64_t slope;
-  };
+  void draw_side(cv::Point from, cv::Point to);
+  void cross_rows(cv::Point from, cv::Point to);
+  void turn_over(int64_t column, int32_t row);
+  void fill_row(int32_t row);
 
-  static bool is_left(const Edge& a, const Edge& b) { return a.x < b.x; }
-  static bool is_earlier(const Edge& a, const Edge& b) {
-    return a.row != b.row ? a.row < b.row : a.x < b.x;
-  }
-  bool contains(cv::Point p) const;
-  void draw_line(cv::Point from, cv::Point to);
-  void add_edge(cv::Point from, cv::Point to);
-  void fill_between_edges();
-  void fill_row(uint8_t* pixels) const;
-  void step_behind(int32_t row);
-
-  cv::Mat& image_;
-  uint8_t value_;
-  std::vector<Edge> edges_;     // of the polygons added
-  std::vector<Edge> crossing_;  // those that cross the row, from left to right
-  std::vector<Edge> merged_;    // the next ones, while edges that begin are put among them
+  BitMask& mask_;
+  BitMask turns_;  // pixels from which on, in their row, inside is outside; all 0 between fillings
+  // Rows and words with such pixels.
+  int32_t first_row_ = INT32_MAX;
+  int32_t last_row_ = -1;
+  int64_t first_word_ = INT64_MAX;
+  int64_t last_word_ = -1;
 };
 
 }  // namespace kel
