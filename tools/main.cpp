@@ -45,6 +45,8 @@ void add_commands(CLI::App& app, Session& session) {
   add_forehead(app, session);
   add_landmarks(app, session);
   add_info(app);
+  add_completion(app);
+  add_man(app);
   add_demo(app);
 }
 

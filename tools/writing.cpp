@@ -6,13 +6,6 @@
 #include "pictures/alpha.h"
 
 namespace tool {
-namespace {
-
-bool is_picture(const std::string& kind) {
-  return kind == "png" || kind == "jpg" || kind == "webp" || find_format(kind) != 0;
-}
-
-}  // namespace
 
 CLI::Option* WriteOptions::add_to(CLI::App& command, const std::string& description,
                                   const std::vector<std::string>& kinds) {
@@ -20,16 +13,9 @@ CLI::Option* WriteOptions::add_to(CLI::App& command, const std::string& descript
   if (!kinds.empty()) as_ = kinds.front();
   CLI::Option* output =
       command.add_option("-o,--output", path_, description + "; - is standard output");
-  as_option_ =
-      command
-          .add_option("--as", as_,
-                      "What is written to a folder or to standard output: png, jpg, webp, a raw "
-                      "format" +
-                          (kinds.empty() ? "" : ", " + CLI::detail::join(kinds, ", ")))
-          ->check([this](const std::string& kind) {
-            return is_known(kind) ? "" : kind + " is not among what can be written";
-          })
-          ->capture_default_str();
+  as_option_ = command.add_option("--as", as_, "What is written to a folder or to standard output")
+                   ->check(CLI::IsMember(known_kinds()))
+                   ->capture_default_str();
   command
       .add_option("--quality", encoding_.quality, "Of JPEG and WebP; a WebP of 100 loses nothing")
       ->check(CLI::Range(1, 100))
@@ -42,15 +28,20 @@ CLI::Option* WriteOptions::add_to(CLI::App& command, const std::string& descript
   return output;
 }
 
-bool WriteOptions::is_known(const std::string& kind) const {
-  return is_picture(kind) || std::count(kinds_.begin(), kinds_.end(), kind) != 0;
+std::vector<std::string> WriteOptions::known_kinds() const {
+  std::vector<std::string> kinds = kinds_;
+  kinds.insert(kinds.end(), {"png", "jpg", "webp"});
+  const std::vector<std::string> raw = format_names();
+  kinds.insert(kinds.end(), raw.begin(), raw.end());
+  return kinds;
 }
 
 std::string WriteOptions::kind_of(const std::string& path) const {
   if (as_option_->count() > 0 || path == kStandard) return as_;
   std::string kind = ending_of(path);
   if (kind == "jpeg") kind = "jpg";
-  if (is_known(kind)) return kind;
+  const std::vector<std::string> kinds = known_kinds();
+  if (std::count(kinds.begin(), kinds.end(), kind) != 0) return kind;
   throw Failure(path + ": the ending says what is written; png, jpg, webp, or for raw frames " +
                 CLI::detail::join(format_names(), ", ") +
                 (kinds_.empty() ? "" : "; " + CLI::detail::join(kinds_, ", ")));

@@ -27,7 +27,7 @@ class WriteOptions {
   void write(const std::string& path, Image image, Session& session) const;
 
  private:
-  bool is_known(const std::string& kind) const;
+  std::vector<std::string> known_kinds() const;
 
   std::string path_;
   std::string as_ = "png";

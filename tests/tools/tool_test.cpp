@@ -240,13 +240,43 @@ TEST_F(Tool, WritesWholeFilesOrNone) {
 }
 
 TEST_F(Tool, EveryCommandExplainsItself) {
-  for (const std::string name :
-       {"convert", "rotate", "resize", "smooth-mask", "fill-holes", "morph", "blur", "fill-polygon",
-        "bbox", "outline", "sticker", "forehead", "landmarks", "info", "demo"}) {
+  for (const std::string name : {"convert", "rotate", "resize", "smooth-mask", "fill-holes",
+                                 "morph", "blur", "fill-polygon", "bbox", "outline", "sticker",
+                                 "forehead", "landmarks", "info", "completion", "man", "demo"}) {
     expect_done(name + " --help");
     EXPECT_NE(text_of("out.log").find("Example:\n  morvik " + name), std::string::npos) << name;
+    EXPECT_NE(run("man").out.find("\n.SS " + name + "\n"), std::string::npos) << name;
+    EXPECT_NE(run("completion zsh").out.find(" " + name + ") _arguments"), std::string::npos);
   }
   EXPECT_NE(run("info").out.find(qxMorvik_version()), std::string::npos);
+}
+
+// Completion as bash asks for it: the words so far, and what it offers for the last one.
+TEST_F(Tool, BashCompletesCommandsOptionsAndChoices) {
+  tool::write_file(file("completion"), run("completion bash").out);
+  const auto offered = [&](const std::string& words, int last) {
+    const std::string ask = "cd " + folder_.string() + "; bash -c '. ./completion; COMP_WORDS=(" +
+                            words + "); COMP_CWORD=" + std::to_string(last) +
+                            "; _morvik; echo ${COMPREPLY[*]}' >offered";
+    EXPECT_EQ(std::system(ask.c_str()), 0);
+    return text_of("offered");
+  };
+  EXPECT_EQ(offered("morvik ro", 1), "rotate\n");
+  EXPECT_EQ(offered("morvik --quiet sti", 2), "sticker\n");
+  EXPECT_EQ(offered("morvik rotate in.png --ang", 3), "--angle\n");
+  EXPECT_EQ(offered("morvik resize in.png --method c", 4), "cubic\n");
+  EXPECT_EQ(offered("morvik rotate in", 2), "\n") << "files are left to the shell";
+}
+
+TEST_F(Tool, ColoursAreForTerminalsThatWantThem) {
+  const std::string on_terminal =
+      "cd " + folder_.string() + "; export TERM=xterm; script -qec \"" MORVIK_TOOL;
+  for (const bool wanted : {true, false}) {
+    const std::string setting = wanted ? "unset NO_COLOR; " : "export NO_COLOR=1; ";
+    std::system((setting + on_terminal + " nothing\" log >shown").c_str());
+    EXPECT_NE(text_of("shown").find("there is no command"), std::string::npos);
+    EXPECT_EQ(text_of("shown").find('\033') != std::string::npos, wanted);
+  }
 }
 
 TEST_F(Tool, DemoIsOneFile) {

@@ -19,6 +19,8 @@ void add_sticker(CLI::App& app, Session& session);
 void add_forehead(CLI::App& app, Session& session);
 void add_landmarks(CLI::App& app, Session& session);
 void add_info(CLI::App& app);
+void add_completion(CLI::App& app);
+void add_man(CLI::App& app);
 void add_demo(CLI::App& app);
 
 }  // namespace tool
