@@ -6,7 +6,6 @@
 namespace kel::mask {
 namespace {
 
-constexpr uint64_t kAll = ~uint64_t{0};
 constexpr int kLastBit = BitMask::kBits - 1;
 
 // The bits of the runs of `free` from `seeds`, all in runs, up to their ends.

@@ -25,8 +25,7 @@ void Summits::link_rows(int32_t y) {
   size_t above = 0;
   size_t here = 0;
   while (above < above_.size() || here < here_.size()) {
-    if (here == here_.size() ||
-        (above < above_.size() && above_[above].end < here_[here].begin)) {
+    if (here == here_.size() || (above < above_.size() && above_[above].end < here_[here].begin)) {
       meet(above_[above], above_[above], y - 1);
       ++above;
     } else if (above == above_.size() || here_[here].end < above_[above].begin) {

@@ -83,8 +83,7 @@ bool turn(Slope& slope, const Corners& corners, int64_t row, int& sides) {
 
 void fill_rows(BitMask& mask, const Slope& a, const Slope& b, Rows rows) {
   for (int64_t y = rows.begin; y < rows.end; ++y) {
-    const auto [left, right] =
-        std::minmax({a.x + a.dx * (y - a.row), b.x + b.dx * (y - b.row)});
+    const auto [left, right] = std::minmax({a.x + a.dx * (y - a.row), b.x + b.dx * (y - b.row)});
     mask.set_span(static_cast<int>(y), rounded(left), rounded(right) + 1);
   }
 }
