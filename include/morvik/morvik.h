@@ -242,9 +242,9 @@ enum { MKBlur_Mean = 0, MKBlur_Median = 1, MKBlur_Gaussian = 2, MKBlur_Bilateral
  *   param2    Gaussian: sigma down in pixels, 0 takes param1's; Bilateral: sigma in space, pixels
  *             (a sigma of 0 counts as 1)
  *
- * OpenCV filters in buffers of less than 2^31 bytes: with rows too long for them (of more than some
- * 800,000 RGB24 pixels at ksize 199, the more the smaller it is), and at ksize 3 and 5 of Median
- * with images of 2^31 bytes, dst may be left alone, with MVK_OK.
+ * OpenCV's filters work in buffers of less than 2^31 bytes: with rows too long for Bilateral (of
+ * more than some 7,000,000 RGB24 pixels at ksize 199, the more the smaller it is), and at ksize 3
+ * and 5 of Median with images of 2^31 bytes, dst may be left alone, with MVK_OK.
  */
 MVK_API uint32_t mvk_smooth(const QX_OFFSCREEN* src, const QX_OFFSCREEN* dst, uint32_t ksize,
                             MKBlur type, uint32_t reserved, uint32_t param1, uint32_t param2);

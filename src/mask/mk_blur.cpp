@@ -4,6 +4,8 @@
 #include <opencv2/imgproc.hpp>
 
 #include "mask/caller_mat.h"
+#include "mask/gaussian.h"
+#include "mask/mean.h"
 #include "mask/median.h"
 #include "mask/opencv_limits.h"
 
@@ -13,18 +15,6 @@ namespace {
 constexpr int kMirrored = cv::BORDER_REFLECT_101;
 
 int64_t row_bytes(const cv::Mat& image) { return int64_t{image.cols} * image.channels(); }
-
-void mean(const cv::Mat& in, cv::Mat& out, int32_t ksize) {
-  constexpr int64_t kAlignment = 64;
-  const int64_t bytes_of_sum = ksize * ksize <= 256 ? 2 : 4;
-  if (!fits_int((row_bytes(in) + kAlignment) * bytes_of_sum * (ksize + 3))) return;
-  cv::blur(in, out, cv::Size(ksize, ksize), cv::Point(-1, -1), kMirrored);
-}
-
-void gaussian(const cv::Mat& in, cv::Mat& out, int32_t ksize, double sigma_x, double sigma_y) {
-  if (!fits_int(row_bytes(in) * ksize)) return;
-  cv::GaussianBlur(in, out, cv::Size(ksize, ksize), sigma_x, sigma_y, kMirrored);
-}
 
 void bilateral(const cv::Mat& in, cv::Mat& out, int32_t ksize, double sigma_colour,
                double sigma_space) {

@@ -4,9 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <cstring>
 
 #include "core/kernels/count_row.h"
 #include "core/kernels/decide_row.h"
+#include "core/kernels/gaussian.h"
+#include "core/kernels/mean.h"
 #include "core/kernels/median_row_by_network.h"
 #include "core/kernels/median_run_by_histograms.h"
 #include "core/kernels/spread_row.h"
@@ -160,6 +164,103 @@ TEST(Kernels, SpreadRow) {
       });
     }
   }
+}
+
+// Kernels of random shape whose taps add up to 256, over sums in their whole range.
+TEST(Kernels, GaussianPasses) {
+  test::Random random(6);
+  for (int radius = 0; radius < 100; ++radius) {
+    std::vector<uint16_t> weights(static_cast<size_t>(radius + 1));
+    for (int left = 128; left > 0; --left) ++weights[static_cast<size_t>(random.range(0, radius))];
+    weights[0] = static_cast<uint16_t>(2 * weights[0]);
+    const GaussianTaps taps{weights.data(), radius};
+    const int step = random.range(0, 1) == 0 ? 1 : 3;
+    const int width = random.range(1, 300);
+    const int margin = radius * step;
+    const Bytes row = mask_bytes(random, 2 * margin + width + kGaussianSlack);
+    expect_equal(2 * width, gaussian_along_row_plain, gaussian_along_row, [&](auto sum, auto* to) {
+      std::vector<int16_t> sums(static_cast<size_t>(width + kGaussianSlack));
+      sum(sums.data(), row.data() + margin, width, step, taps);
+      std::memcpy(to, sums.data(), static_cast<size_t>(2 * width));
+    });
+    std::vector<std::vector<int16_t>> kept(static_cast<size_t>(2 * radius + kGaussianRows));
+    std::vector<const int16_t*> rows;
+    for (auto& sums : kept) {
+      for (int x = 0; x < width; ++x) {
+        sums.push_back(static_cast<int16_t>(random.range(0, 255 * 256) - kSumOffset));
+      }
+      rows.push_back(sums.data());
+    }
+    const auto blur = [&](auto sum, uint8_t* to) {
+      uint8_t* const results[] = {to, to + width, to + 2 * width, to + 3 * width};
+      sum(results, rows.data(), width, taps);
+    };
+    expect_equal(4 * width, gaussian_across_rows_plain, gaussian_across_rows, blur);
+  }
+}
+
+TEST(Kernels, MeanPasses) {
+  test::Random random(7);
+  for (int ksize = 3; ksize < 200; ksize += 2) {
+    const int step = random.range(0, 1) == 0 ? 1 : 3;
+    const int pixels = random.range(1, 90);
+    const int count = (ksize + pixels + 1) * step;
+    const Bytes rows = mask_bytes(random, 2 * kMeanRows * count);
+    const uint8_t* entering[kMeanRows];
+    const uint8_t* leaving[kMeanRows];
+    for (int i = 0; i < kMeanRows; ++i) {
+      entering[i] = rows.data() + i * count;
+      leaving[i] = entering[i] + kMeanRows * count;
+    }
+    Words columns(static_cast<size_t>(kMeanRows * count));
+    const auto slide = [&](auto down, uint8_t* to) {
+      Words sums(static_cast<size_t>(count), static_cast<uint16_t>(255 * ksize / 2));
+      down(columns.data(), sums.data(), entering, leaving, count);
+      std::memcpy(to, columns.data(), 2 * columns.size());
+    };
+    expect_equal(2 * kMeanRows * count, slide_down_plain, slide_down, slide);
+    for (uint16_t& sum : columns) sum = static_cast<uint16_t>(random.range(0, 255 * ksize));
+    std::fill_n(columns.begin(), ksize * step * kMeanRows, uint16_t{0});
+    const int made = (pixels + 1) / 2 * 2 * step * kMeanRows;
+    const int64_t single = random.range(-5, pixels * step + 5);
+    expect_equal(made, mean_along_plain, mean_along, [&](auto along, uint8_t* to) {
+      WindowSums sums{};
+      const uint16_t* first = columns.data() + ksize * step * kMeanRows;
+      auto* means = reinterpret_cast<uint8_t(*)[kMeanRows][2]>(to);
+      along(sums, MeanAlong{means, first, pixels, single, ksize, step});
+    });
+  }
+}
+
+// Sums just above or below a half, whose quotient single precision rounds to the other side.
+TEST(Kernels, MeansThatSinglePrecisionMisses) {
+  int missed = 0;
+  for (int ksize = 17; ksize < 200; ksize += 2) {
+    const int area = ksize * ksize;
+    for (int i = 0; i < 2 * 255; ++i) {
+      const int sum = i / 2 * area + area / 2 + i % 2;
+      const int exact = (sum + area / 2) / area;
+      const float reciprocal = 1.0F / static_cast<float>(area);
+      if (std::lrint(static_cast<float>(sum) * reciprocal) == exact) continue;
+      ++missed;
+      constexpr int kColumn = 60000;
+      const int pixel = sum / kColumn;
+      Words columns(size_t{kMeanRows} * static_cast<size_t>(ksize + pixel + 2));
+      uint16_t* const first = columns.data() + ksize * kMeanRows;
+      std::fill_n(first, pixel * kMeanRows, uint16_t{kColumn});
+      std::fill_n(first + pixel * kMeanRows, kMeanRows, static_cast<uint16_t>(sum % kColumn));
+      for (const int64_t single : {0, 1000}) {
+        const auto run = [&](auto along, uint8_t* to) {
+          WindowSums sums{};
+          auto* means = reinterpret_cast<uint8_t(*)[kMeanRows][2]>(to);
+          along(sums, MeanAlong{means, first, pixel + 1, single, ksize, 1});
+          ASSERT_EQ(means[pixel / 2][0][pixel % 2] == exact, single == 0);
+        };
+        expect_equal((pixel + 2) * kMeanRows, mean_along_plain, mean_along, run);
+      }
+    }
+  }
+  EXPECT_GT(missed, 10);
 }
 
 }  // namespace

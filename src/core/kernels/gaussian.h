@@ -1,0 +1,36 @@
+// The two passes of a Gaussian blur in whole numbers. Taps are symmetrical and add up to 256:
+// taps[0] is the middle one, taps[radius] the outermost. Nothing is rounded before the end.
+#pragma once
+
+#include <cstdint>
+
+namespace kel::imageprocess {
+
+struct GaussianTaps {
+  const uint16_t* taps;
+  int32_t radius;
+};
+
+inline constexpr int kGaussianRows = 4;  // of results that the second pass makes at a time
+inline constexpr int kMostTaps = 201;
+inline constexpr int kGaussianSlack = 128;
+
+// What is taken from sums, so that they fit: half their range, but for what rounds in the end.
+inline constexpr int kSumOffset = 32768 - 128;
+
+// Sums of pixels along a row, less kSumOffset. `row` holds radius * step bytes before
+// and after its `count`; what does not matter are kGaussianSlack more in both.
+void gaussian_along_row(int16_t* sums, const uint8_t* row, int64_t count, int step,
+                        GaussianTaps taps);
+// Its definition.
+void gaussian_along_row_plain(int16_t* sums, const uint8_t* row, int64_t count, int step,
+                              GaussianTaps taps);
+
+// Pixels of result row i from the sums of rows[i] to rows[i + 2 * radius].
+void gaussian_across_rows(uint8_t* const* results, const int16_t* const* rows, int64_t count,
+                          GaussianTaps taps);
+// Its definition.
+void gaussian_across_rows_plain(uint8_t* const* results, const int16_t* const* rows, int64_t count,
+                                GaussianTaps taps);
+
+}  // namespace kel::imageprocess
