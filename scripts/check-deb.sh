@@ -30,12 +30,15 @@ morvik bbox samples/photographer_mask_256x256.png
 apt-get install -y -qq --no-install-recommends gcc libc6-dev pkg-config >/dev/null
 cc -std=c99 consumer/main.c $(pkg-config --cflags --libs morvik) -o by-pkg-config
 ./by-pkg-config
-# The CMake consumer also links the static library, which needs what the library is made of.
+# The static library needs what the library is made of.
 apt-get install -y -qq --no-install-recommends g++ cmake ninja-build \
   libopencv-imgproc-dev libhwy-dev >/dev/null
 cmake -S consumer -B by-cmake -G Ninja >/dev/null
 cmake --build by-cmake >/dev/null
 by-cmake/consumer
 by-cmake/consumer_static
+cc -std=c99 consumer/main.c \
+  $(pkg-config --static --cflags --libs morvik | sed 's/-lmorvik/-l:libmorvik.a/') -o by-pkg-config
+./by-pkg-config
 EOF2
 echo "packages install on a clean root and can be used"

@@ -1,10 +1,9 @@
 #include "face/conic.h"
 
+#include <Eigen/SVD>
 #include <cmath>
 #include <limits>
 #include <utility>
-
-#include <Eigen/SVD>  // after face/eigen.h, which configures it
 
 namespace mvk::face {
 namespace {

@@ -1,7 +1,7 @@
 // Fits a conic to points and evaluates it.
 #pragma once
 
-#include "face/eigen.h"
+#include <Eigen/Core>
 
 namespace mvk::face {
 

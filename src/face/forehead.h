@@ -3,7 +3,7 @@
 // conic with constant term 1, in a frame spanned by the two ends of the face's contour.
 #pragma once
 
-#include "face/eigen.h"
+#include <Eigen/Core>
 #include "face/landmark_layout.h"
 #include "face/local_coord_converter.h"
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "face/eigen.h"
+#include <Eigen/Core>
 #include "face/landmark_layout.h"
 
 namespace mvk::face {
