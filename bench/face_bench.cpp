@@ -1,5 +1,5 @@
-// The forehead beside its one expensive step, Eigen's solver alone; landmark files beside the C
-// library's formatted input and output.
+// The forehead against its one expensive step, Eigen's solver alone; landmark files against the
+// formatted input and output of the C library.
 #include <Eigen/SVD>
 #include <array>
 #include <cmath>

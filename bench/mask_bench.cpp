@@ -1,5 +1,5 @@
-// The mask operations beside the plain chains of OpenCV calls, on real masks and on the worst
-// inputs found for each.
+// The mask operations against the plain chains of OpenCV calls, on real masks and on the worst
+// inputs known for each.
 #include <array>
 #include <memory>
 #include <opencv2/imgproc.hpp>
@@ -26,7 +26,7 @@ Image scaled(const std::string& name, bench::Size size) {
   return share(test::scaled_mask(test::sample_mask(name), size.width, size.height));
 }
 
-// The sample mask, enlarged smoothly: soft edges as real masks have them.
+// The sample mask, enlarged smoothly, which gives the soft edges of real masks.
 Image soft(const std::string& name, bench::Size size) {
   const TestImage mask = test::sample_mask(name);
   Image image = share(TestImage(QX_FMT_GRAY, size.width, size.height));
@@ -66,7 +66,8 @@ void add_mask_smooth(const std::string& name, const Image& mask, bench::Size siz
 void add_morph(const std::string& name, const Image& src, int amount) {
   const Image dst = like(src);
   const std::string operation = "morphology, " + name + ", amount " + std::to_string(amount);
-  bench::add(operation, size_of(src), "morvik", [=] { mvk_mask_morph(dst->get(), src->get(), amount); });
+  bench::add(operation, size_of(src), "morvik",
+             [=] { mvk_mask_morph(dst->get(), src->get(), amount); });
   bench::add(operation, size_of(src), "cv::morphologyEx", [=] {
     const cv::Mat in(src->height(), src->width(), CV_8UC1, src->row(0));
     cv::Mat out(src->height(), src->width(), CV_8UC1, dst->row(0));
@@ -96,7 +97,8 @@ void add_smooth(const std::string& name, const Image& src, int ksize, MKBlur typ
 void add_holes(const std::string& name, const Image& src) {
   const Image dst = like(src);
   const std::string operation = "fill holes, " + name;
-  bench::add(operation, size_of(src), "morvik", [=] { mvk_make_up_holes(dst->get(), src->get(), 127); });
+  bench::add(operation, size_of(src), "morvik",
+             [=] { mvk_make_up_holes(dst->get(), src->get(), 127); });
   bench::add(operation, size_of(src), kAsWritten, [=] {
     as_written::write_back(*dst, as_written::fill_holes(as_written::block(*src), 127));
   });

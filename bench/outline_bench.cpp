@@ -1,5 +1,5 @@
-// The outline service beside the same steps over plain OpenCV calls, beside what a user would do
-// without it (dilate, then trace), and on the worst inputs found.
+// The outline service against the same steps as plain OpenCV calls and against what a user would do
+// without it (dilate, then trace), also on the worst inputs known.
 #include <memory>
 #include <opencv2/imgproc.hpp>
 #include <string>
@@ -14,7 +14,7 @@ namespace {
 using test::TestImage;
 using Image = std::shared_ptr<TestImage>;
 
-// A handle and a record that is used again in every run, as an app does.
+// A handle and a record, reused in every run as in an app.
 struct Service {
   void* handle = mvk_outline_create();
   MKGetOutline record{};
@@ -55,7 +55,7 @@ Image scaled(const std::string& name, int width, int height) {
       test::scaled_mask(test::sample_mask(name + "_mask_256x256.png"), width, height));
 }
 
-// Shape wherever a random number is below `percent`.
+// Foreground wherever a random number is below `percent`.
 Image noise(int side, int percent) {
   auto image = std::make_shared<TestImage>(QX_FMT_GRAY, side, side);
   test::Random random(5);
@@ -65,7 +65,7 @@ Image noise(int side, int percent) {
   return image;
 }
 
-// Teeth one pixel wide that hang from a back of so many rows; without one they are stripes.
+// Teeth one pixel wide below a spine of so many rows; without a spine they are stripes.
 Image comb(int width, int height, int back) {
   auto image = std::make_shared<TestImage>(QX_FMT_GRAY, width, height);
   for (int i = 0; i < width * height; ++i) {

@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <cstdlib>
 
-// glibc's own allocator under its second name; the replaced functions below count and pass on.
+// glibc's own allocator under its second name; the replacements below count and forward to it.
 extern "C" {
 void* __libc_malloc(size_t size);
 void* __libc_calloc(size_t count, size_t size);
@@ -43,7 +43,7 @@ size_t peak_since_reset() { return peak - held_at_reset; }
 
 }  // namespace bench
 
-// Visible to the shared libraries, or they would go on with glibc's.
+// Exported, so that the shared libraries use them, too.
 #pragma GCC visibility push(default)
 extern "C" {
 void* malloc(size_t size) { return bench::count(__libc_malloc(size)); }

@@ -5,9 +5,9 @@
 
 namespace bench {
 
-// Starts a new measurement: the peak is what is held now.
+// Starts a new measurement: the peak is what is allocated now.
 void reset_peak();
-// The most that was held at once since reset_peak(), less what was held then; bytes.
+// The largest number of bytes allocated at one time since reset_peak(), less those allocated then.
 size_t peak_since_reset();
 
 }  // namespace bench

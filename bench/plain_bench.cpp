@@ -1,4 +1,4 @@
-// Plain image operations beside the calls that do the same.
+// Image operations against the calls that do the same.
 #include <libyuv.h>
 
 #include <cstring>
@@ -13,7 +13,7 @@ namespace {
 using bench::Size;
 using test::TestImage;
 
-// The images of one comparison; every contestant keeps them alive.
+// The images of one comparison; shared by its contestants.
 struct Images {
   TestImage dst;
   TestImage src;

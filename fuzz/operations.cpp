@@ -1,5 +1,5 @@
-// Fuzz target of a family of operations: the input decides on a call and its images, then on a
-// field of a descriptor to break. Accesses outside the images end the program at unreadable pages.
+// Fuzz target of a family of operations: the input chooses a call and its images, then a field of a
+// descriptor to break. Accesses outside the images hit unreadable pages and end the program.
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -12,7 +12,8 @@ namespace {
 
 using robust::Scene;
 
-// Most bytes stand for themselves; 0xFE brings a whole word, 0xFF the largest. 0 when used up.
+// Most bytes stand for themselves; after 0xFE comes a whole word, 0xFF is the largest. 0 when the
+// input is used up.
 struct Input {
   const uint8_t* data;
   const uint8_t* end;
@@ -33,7 +34,7 @@ void require(bool holds, const Scene& scene, const char* what) {
   std::abort();
 }
 
-// Some functions do not look at fields that they do not use: a pitch that lies is not tried there.
+// Functions do not check fields that they do not use; a wrong pitch is not tried there.
 void break_descriptor(Scene& scene) {
   QX_OFFSCREEN& image = scene.dst.empty() ? scene.src[0] : scene.dst[0];
   const std::string function = scene.variant.function->name;
@@ -50,7 +51,7 @@ void break_descriptor(Scene& scene) {
   require(lenient || scene.outcome() == refused, scene, name);
 }
 
-// Landmark files of any content.
+// Landmark files with any content.
 void read_any_file(const Input& input, const Scene& scene) {
   std::ofstream(scene.path, std::ios::binary)
       .write(reinterpret_cast<const char*>(input.data), input.end - input.data);

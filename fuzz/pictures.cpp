@@ -1,4 +1,4 @@
-// The tool's readers on any bytes: a failure is told, or a whole picture comes out.
+// The tool's readers on any bytes: they report a failure or return a whole picture.
 #include "pictures/codecs.h"
 #include "pictures/failure.h"
 

@@ -1,5 +1,5 @@
-// The mask operations as plain chains of OpenCV calls, and a plain transcription of the edge
-// refinement: slow, and right by being simple. Tests compare bytes with them, benchmarks time.
+// The mask operations as plain chains of OpenCV calls, and the edge refinement as plain loops:
+// slow, but simple enough to be obviously right. Tests compare results with them, benchmarks times.
 #pragma once
 
 #include <algorithm>
@@ -85,7 +85,7 @@ inline cv::Mat fill_holes(const cv::Mat& src, int level) {
   return image;
 }
 
-// Where the strongest of the responses lies, step by step as the method is described.
+// The place of the strongest response, step by step as the method is defined.
 inline int haar_shift(const std::vector<int>& sums, int n, int w) {
   const int h = n > w ? w : n / 2;
   const int count = 2 * n + 2 - 2 * h;

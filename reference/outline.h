@@ -144,7 +144,7 @@ inline void draw(cv::Mat& image, Contours& contours, const Hierarchy& hierarchy,
 
 }  // namespace outline_steps
 
-// Outlines of a packed gray image; empty where the service finds nothing.
+// Outlines of a packed gray image; empty if the service finds nothing.
 inline Outlines outlines(const QX_OFFSCREEN& image, const MKOutlineMode& mode) {
   using namespace outline_steps;
   const cv::Mat source(image.height, image.width, CV_8UC1, image.plane[0]);

@@ -10,9 +10,9 @@ namespace {
 
 using Coefficients = Eigen::Vector<double, 5>;
 
-// Bounded, so that the decomposition allocates nothing: an allocation that fails inside it makes
-// Eigen free a block twice. Below a bound of 8 Eigen takes its product kernels for small matrices,
-// which round differently from those for unbounded ones.
+// Fixed capacity, so that the decomposition does not allocate: Eigen frees a block twice if an
+// allocation fails inside it. With a capacity below 8 Eigen would select its product kernels for
+// small matrices, which round differently from those for dynamic ones.
 using Design = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::ColMajor, 8, 8>;
 
 Coefficients fit(const Eigen::MatrixXd& points) {
@@ -20,7 +20,7 @@ Coefficients fit(const Eigen::MatrixXd& points) {
   const auto y = points.row(1).transpose().array();
   Design design(points.cols(), 5);
   design << x * x, x * y, y * y, x, y;
-  // Such a matrix leaves the decomposition in a state that solve() must not meet.
+  // Given such a matrix, the decomposition leaves members unset that solve() reads.
   if (!design.allFinite()) {
     return Coefficients::Constant(std::numeric_limits<double>::quiet_NaN());
   }
@@ -29,7 +29,7 @@ Coefficients fit(const Eigen::MatrixXd& points) {
   return svd.solve(Eigen::VectorXd::Constant(points.cols(), -1.0));
 }
 
-// False for 0, for NaN and for an infinite value.
+// False for 0, NaN and infinity.
 bool is_significant(double value) {
   return std::abs(value) > std::abs(value) * std::numeric_limits<double>::epsilon();
 }
@@ -54,8 +54,8 @@ Eigen::VectorXd Conic::operator()(const Eigen::ArrayXd& t, bool pick, bool solve
     std::swap(a, c);
     std::swap(d, e);
   }
-  // lead * u^2 + linear * u + constant = 0 for the unknown u at each t. The curve's leading
-  // coefficient is carried in single precision, and its rounding is part of the fixed result.
+  // lead * u^2 + linear * u + constant = 0 for the unknown u at each t. The leading coefficient is
+  // rounded to single precision; results depend on it.
   const double lead = static_cast<float>(a);
   const bool is_quadratic = is_significant(lead);
   const bool plus_root = (lead > 0.0) != pick;

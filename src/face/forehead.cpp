@@ -24,7 +24,7 @@ Forehead::Forehead(const LandmarkVector& vertexs, int width, int height, int n, 
     contour_.col(i) << vertex.x, vertex.y;
   }
   contour_ = converter_.cvt_to(contour_);
-  // The chin, 9, and its neighbours are left out: they pull the curve to a point.
+  // The chin, 9, and its neighbours are left out: they would make the curve too pointed.
   fit_points_ << contour_.col(0), contour_.col(3), contour_.col(5),
       (contour_.col(7) + contour_.col(11)) * 0.5, contour_.col(13), contour_.col(15),
       contour_.col(18);

@@ -1,9 +1,10 @@
 // The forehead model. Detectors deliver no points above the brows, so the outline of the forehead
-// is read from a conic that is fitted to the jaw: the algebraic least-squares fit of a general
-// conic with constant term 1, in a frame spanned by the two ends of the face's contour.
+// is sampled from a conic fitted to the jaw: the algebraic least-squares fit of a general conic
+// with constant term 1, in a frame spanned by the two ends of the face's contour.
 #pragma once
 
 #include <Eigen/Core>
+
 #include "face/landmark_layout.h"
 #include "face/local_coord_converter.h"
 
@@ -13,11 +14,11 @@ class Forehead {
  public:
   static constexpr int kPoints = 11;
 
-  // vertexs: at least 19 points of the internal layout in vertex space; only read. n: points to
-  // predict, kPoints. top_side: the forehead lies at the crossing y_plus.
+  // vertexs: at least 19 points of the internal layout in vertex space. n: number of points to
+  // predict, must be kPoints. top_side: the forehead is on the side of the crossing y_plus.
   Forehead(const LandmarkVector& vertexs, int width, int height, int n, bool top_side);
 
-  // Fills the result, from the contour's first end over the apex (5) to its last.
+  // Fills the result, from the first end of the contour by way of the apex (5) to the last.
   void predict_by_conic();
 
   const LocalCoordConverter& converter() const { return converter_; }

@@ -1,5 +1,5 @@
-// Landmarks as text: one point per line, values separated by one character, no header. Always in
-// the classic locale.
+// Landmarks as text: one point per line, values separated by one character, no header. Numbers are
+// formatted as in the "C" locale.
 #pragma once
 
 namespace mvk::face {

@@ -8,11 +8,11 @@
 namespace mvk::face {
 namespace {
 
-// Internal points halfway between two std points.
+// An internal point halfway between two std points.
 struct Midpoint {
   uint8_t internal, a, b;
 };
-// Internal points beside the nose ridge: a nose root point moved along the ridge.
+// An internal point beside the bridge of the nose: root + (to - from).
 struct Shifted {
   uint8_t internal, root, to, from;
 };

@@ -22,8 +22,8 @@ class Landmarks {
 
   // Appends the forehead band, 15 points, to 96 points in vertex space.
   void add_forehead(LandmarkVector& vertexs) const;
-  // Fills the band of a vector that has it: 11 points of the outline (96 ... 106), the middle of
-  // the nose root (107), three points on the line from the nose's tip to the apex (108 ... 110).
+  // Fills the band at the end of vertexs: 11 points of the outline (96 ... 106), the middle of the
+  // nose root (107), three points on the line from the tip of the nose to the apex (108 ... 110).
   void _add_forehead(LandmarkVector& vertexs) const;
 
   uint32_t width;  // of the image, pixels
@@ -42,8 +42,8 @@ class Landmarks {
                                     {302, 306}}};
 };
 
-// The 11 outline points of the forehead, in pixels, for 106 (std layout) or 96 points (internal
-// layout) in pixels. Of another count the first 96 points are taken as the internal layout.
+// The 11 outline points of the forehead in pixels, from 106 points (std layout) or 96 (internal
+// layout) in pixels. With any other count the first 96 are taken as the internal layout.
 LandmarkVector get_forehead_points(const LandmarkVector& landmarks, int width, int height);
 
 }  // namespace mvk::face

@@ -1,9 +1,9 @@
-// The frame of a face, in which the forehead is predicted.
+// The local frame of a face, in which the forehead is predicted.
 #pragma once
 
+#include <Eigen/Core>
 #include <cstdint>
 
-#include <Eigen/Core>
 #include "face/landmark_layout.h"
 
 namespace mvk::face {

@@ -1,9 +1,9 @@
-// Vertex space: an image of w x h pixels as -1 ... +1, with x to the right and y up. The centre of
-// pixel 0 lies at -1 across and +1 down, the centre of the last one at the other end. A side of 1
-// has no such range; its coordinates are not finite.
+// Vertex space maps the pixels of an image to -1 ... +1, x to the right and y up: the centre of the
+// top-left pixel is (-1, +1), that of the bottom-right one (+1, -1). Coordinates along a side of
+// one pixel are not finite.
 //
-// The factors and the fused operations are part of the result: coordinates are truncated to pixels
-// in the end, and another rounding moves some of them by one.
+// Keep the order of operations and the fused ones: coordinates are truncated to pixels in the end,
+// and other rounding moves some points by a pixel.
 #pragma once
 
 #include <cmath>

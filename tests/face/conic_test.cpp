@@ -1,4 +1,5 @@
-// What the forehead does not use: the other axis, the other crossing, curves without a solution.
+// What the forehead does not use: the other axis, the other intersection, curves without a
+// solution.
 #include <gtest/gtest.h>
 
 #include <cmath>

@@ -1,5 +1,5 @@
-// mvk_guess_forehead_landmarks, judged by plain formulas in extended precision around Eigen's
-// solver as it comes (with its vector code, which the library does without).
+// mvk_guess_forehead_landmarks against plain formulas in extended precision around Eigen's solver
+// with its vector code, which the library does not use.
 #include <gtest/gtest.h>
 
 #include <Eigen/SVD>
@@ -19,7 +19,7 @@ using Real = long double;
 using Point = std::complex<Real>;   // x + iy
 using Ints = std::vector<int32_t>;  // x, y pairs
 
-// Narrowed at the places where the library works in single precision.
+// Rounded where the library works in single precision.
 Point single(Point p) { return {static_cast<float>(p.real()), static_cast<float>(p.imag())}; }
 
 Point pixel(Point vertex, Real width, Real height) {
@@ -46,7 +46,7 @@ Ints judged(const Ints& points, int width, int height) {
     return single({(2 * Real{face[i].x} - columns) * per_pixel.real(),
                    (rows - 2 * Real{face[i].y}) * per_pixel.imag()});
   };
-  // A face's frame: multiplying by conj(turn) enters it, multiplying by turn leaves it.
+  // The frame of a face: multiplying by conj(turn) leads into it, multiplying by turn out of it.
   const Point first = single(pixel(vertex(0), width, height) * Real{scale});
   const Point last = single(pixel(vertex(18), width, height) * Real{scale});
   const Point turn = single(last - first) / std::abs(single(last - first));
@@ -83,7 +83,7 @@ Ints judged(const Ints& points, int width, int height) {
   return result;
 }
 
-// Half an ellipse as contour, the other points on a smaller one.
+// The contour is half an ellipse, the other points are on a smaller one.
 Ints face(Point centre, Real radius, Real depth, Point turn, int count) {
   const int last = count == 106 ? 32 : 18;
   Ints points;
@@ -102,7 +102,7 @@ Ints guess(const Ints& points, int width, int height) {
   return out;
 }
 
-// Upright and lying faces on whole pixels put the apex on the edge of truncation: any other
+// Upright and lying faces on whole pixels put the apex where truncation jumps: any difference in
 // rounding shows.
 TEST(GuessForehead, AgreesWithTheJudgeToThePixel) {
   test::Random random(5);
@@ -147,7 +147,8 @@ TEST(GuessForehead, SharedMemoryAndBadArguments) {
   EXPECT_EQ(points, expected);
 }
 
-// The band's points that no function returns: the nose root, and three on the line to the apex.
+// The points of the forehead band that no exported function returns: the nose root, and three on
+// the line to the apex.
 TEST(Landmarks, BandOnTheLineToTheApex) {
   auto band = to_floats(face(0, 200, -300, Point(0.9L, 0.3L), 96));
   for (auto& point : band) point = {point.x / 600.0F, point.y / 600.0F};

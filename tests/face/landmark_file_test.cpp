@@ -1,4 +1,4 @@
-// mvk_write_landmarks and mvk_read_landmarks, and the cutting of their lines.
+// mvk_write_landmarks and mvk_read_landmarks, and the splitting of lines.
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -20,7 +20,7 @@ using namespace std::string_literals;
 const std::string kFile = testing::TempDir() + "morvik_landmarks_" + std::to_string(getpid());
 const char* const kPath = kFile.c_str();
 
-// Any number but 0 says yes.
+// Any number but 0 means yes.
 int is_float(const std::vector<float>&) { return 2; }
 int is_float(const std::vector<int32_t>&) { return 0; }
 
@@ -34,7 +34,7 @@ void expect_written(const std::vector<T>& values, int dims, char separator,
   std::filesystem::remove(kPath);
 }
 
-// -7 is what a value holds before.
+// Values are -7 before the call.
 template <typename T>
 void expect_read(const std::string& text, int dims, char separator, int count,
                  const std::vector<T>& expected) {
@@ -51,17 +51,17 @@ TEST(LandmarkFile, HoldsTheseBytesAndValues) {
   expect_written<int32_t>({1, -2, INT_MIN, 0, 7, 8}, 3, ' ', "1 -2 -2147483648\n0 7 8\n");
   expect_read<float>("1.5,2\r\n0x1.8p1,1e2\n+.5,-7.e-1x\ninf,-INFINITY\n1e300,-1e39\n", 2, ',', 6,
                      {1.5F, 2, 3, 100, 0.5F, -0.7F, INFINITY, -INFINITY, INFINITY, -INFINITY, -7});
-  // First, above the middle between two floats, but only in digits that double does not hold.
+  // The first is above the midpoint of two floats, but only in digits beyond double precision.
   expect_read<float>("1.00000005960464477540,1e-320\n \t8 ,9 9\n\n5\n,6,7\nx,\r\n1\0,3\0\n4,4"s, 2,
                      ',', 7, {1, 0, 8, 9, 0, 0, 5, 0, 0, 6, 0, 0, 1, 3, -7, -7});
-  // Integers are saturated to 64 bits first, then cut to 32.
+  // Integers are saturated to 64 bits first, then truncated to 32.
   expect_read<int32_t>("7, 7abc,-0012\n0x10,1e3,1.9\n4294967299,99999999999999999999,-2147483649\n",
                        3, ',', 9, {7, 7, -12, 0, 1, 1, 3, -1, INT_MAX, -7});
   expect_read<int32_t>("1,2\n3,4\n", 0, '\n', 1, {1, 0, -7});
   expect_read<int32_t>("1,2\n3,4\n", 2, ',', INT_MIN, {-7});
 }
 
-// A host that writes decimal commas, in C++ and, where installed, in C.
+// A host whose locale has decimal commas, in C++ and, where installed, in C.
 TEST(LandmarkFile, IgnoresTheHostsLocale) {
   struct Commas : std::numpunct<char> {
     char do_decimal_point() const override { return ','; }
@@ -90,7 +90,7 @@ TEST(LandmarkFile, PathsAndArgumentsThatCannotBe) {
   EXPECT_TRUE(std::filesystem::is_empty(kPath) && std::filesystem::remove(kPath));
 }
 
-// The standard library's own loop over a delimiter is the judge.
+// Against std::getline with a delimiter.
 TEST(Split, AgreesWithGetlineOnRandomTexts) {
   test::Random random(1);
   for (int round = 0; round < 9000; ++round) {

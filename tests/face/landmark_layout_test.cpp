@@ -7,10 +7,10 @@ namespace {
 
 using mvk::face::LandmarkPoint;
 
-// On a parabola: the middle of two points is told from that of any other two.
+// On a parabola, where no two pairs of points have the same midpoint.
 LandmarkPoint std_point(int i) { return {static_cast<float>(i), static_cast<float>(-i * i)}; }
 
-// The middle between std points a and b, moved from point 43 to `towards` if there is one.
+// The midpoint of std points a and b, moved by point `towards` less point 43 if there is one.
 struct Origin {
   int a, b;
   int towards = 43;
@@ -42,7 +42,7 @@ TEST(LandmarkLayout, InternalPointsComeFrom) {
   ASSERT_EQ(points.size(), std::size(kOrigins));
   for (size_t i = 0; i < points.size(); ++i) {
     const auto [a, b, towards] = kOrigins[i];
-    const auto moved = [&](float LandmarkPoint::*axis) {
+    const auto moved = [&](float LandmarkPoint::* axis) {
       const float middle = (std_point(a).*axis + std_point(b).*axis) / 2;
       return middle + std_point(towards).*axis - std_point(43).*axis;
     };

@@ -5,8 +5,8 @@ namespace {
 
 using test::TestImage;
 
-// Corners near the image, and in half of the polygons some far away: in any column, and in rows as
-// far as the judge's 32 bits reach between them.
+// Corners near the image, and in half of the polygons some far away: in any column, and in rows
+// whose distance fits the 32 bits of the judge.
 TEST(FillArea, RandomPolygons) {
   constexpr int32_t kFarRows[] = {-70000, 70000, INT32_MAX - 70000};
   constexpr int32_t kFarColumns[] = {INT32_MIN, -70000, INT32_MAX};

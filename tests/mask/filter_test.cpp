@@ -27,7 +27,7 @@ void expect_filled(const TestImage& src, int level) {
   });
 }
 
-// Of any of the usual shapes, or taller than most kernels, or wider than a block of columns.
+// One of the usual shapes, or taller than most kernels, or wider than a block of columns.
 TestImage random_mask(Kind kind, test::Random& random) {
   std::vector<test::Shape> shapes = test::kShapes;
   shapes.insert(shapes.end(), {{131, 67}, {70, 250}, {2200, 30}});
@@ -176,8 +176,8 @@ TEST(Holes, EveryKindAndShapeAndSamples) {
   }
 }
 
-// Above 2^23 the best area loses its half in single precision, and the hole of a thin ring, equally
-// large, wins over it: then only the level of holes is filled, and other shapes keep theirs.
+// Above 2^23 the largest area loses its fraction in single precision, and the hole of a thin ring,
+// equally large, replaces it: then only the level of holes is filled, and other shapes keep theirs.
 TEST(Holes, AreasBeyondSinglePrecision) {
   for (const int side : {2897, 2898, 4098, 4110}) {
     const TestImage frame = test::make_mask(Kind::Empty, side, side);

@@ -42,8 +42,7 @@ inline TestImage make_mask(Kind kind, int width, int height, uint64_t seed = 1) 
   return image;
 }
 
-// `call(dst)` fills a destination with exactly the bytes of `expected`, packed, and writes no
-// others.
+// `call(dst)` fills a destination with the bytes of `expected`, packed, and writes no others.
 template <typename Call>
 void expect_result(const cv::Mat& expected, const std::string& what, Call call) {
   const uint32_t format = expected.type() == CV_8UC1 ? QX_FMT_GRAY : QX_FMT_RGB24;
@@ -54,7 +53,7 @@ void expect_result(const cv::Mat& expected, const std::string& what, Call call) 
   ASSERT_TRUE(dst == wanted) << dst << ' ' << what;
 }
 
-// `call(dst, src)` does so, and in place, on every instruction set.
+// `call(dst, src)` does so, also in place, on every instruction set.
 template <typename Call>
 void expect_filtered(const TestImage& src, const cv::Mat& expected, int parameter, Call call) {
   const std::string what = "parameter " + std::to_string(parameter);

@@ -45,7 +45,7 @@ TEST(MaskSmooth, Samples) {
   }
 }
 
-// Radii of half a width and less; the guide in blocks of three columns, which are clear steps.
+// Radii of half a width and less; the guide is in blocks of three columns, which are clear edges.
 TEST(EdgeRefinement, AsTheSlowTranscription) {
   for (const auto& [width, height] : test::kShapes) {
     TestImage guide(QX_FMT_RGB24, width, height);

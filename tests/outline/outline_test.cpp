@@ -1,5 +1,5 @@
-// mvk_outline_expansion against the service done by hand; its record: codes and their order, and
-// what a call leaves in it.
+// mvk_outline_expansion against plain OpenCV calls; its result codes, their order, and what a call
+// leaves in the record.
 #include <gtest/gtest.h>
 
 #include <opencv2/imgproc.hpp>
@@ -13,10 +13,11 @@ namespace {
 using as_written::Outlines;
 using test::TestImage;
 
-// Every limit reached; random images hold pixels above 253.
+// Every parameter at its limit; random images have pixels above 253.
 const MKOutlineMode kGood{MK_OMODE_VECTOR_CENTER, 2, 500, MK_OSMOOTH_5, 7, nullptr, 253};
 
-// One handle and one record for all calls of a test: every call releases what the last one left.
+// One handle and one record for all calls of a test: every call releases what the previous one
+// left.
 class Outline : public testing::Test {
  protected:
   ~Outline() override { mvk_outline_destroy(handle_, &record_); }
@@ -32,8 +33,8 @@ class Outline : public testing::Test {
     return outlines;
   }
 
-  // With random parameters. The pitch of a gray image is not used, whatever it is, nor the chroma
-  // of a frame; rows of a Y plane may overlap or go upwards.
+  // With random parameters. The pitch of a gray image is not used, nor the chroma of a frame; rows
+  // of a Y plane may overlap or go upwards.
   void expect_as_by_hand(TestImage image, TPOINT center) {
     MKOutlineMode mode{};
     mode.mode = random_.next() % 9;
@@ -61,7 +62,7 @@ class Outline : public testing::Test {
     EXPECT_EQ(expand(frame, mode), expected) << image << " mode " << mode.mode << " step " << step;
   }
 
-  // The call is made with a filled record. Null records come first: then nothing is touched.
+  // The call is made with a filled record. Null records are checked first: then nothing is touched.
   void expect_emptied(uint32_t code, const QX_OFFSCREEN* image, const MKOutlineMode* mode) {
     ASSERT_EQ(mvk_outline_expansion(handle_, good_image_.get(), &kGood, &record_), MVK_OK);
     EXPECT_EQ(mvk_outline_expansion(nullptr, image, mode, &record_), MVK_NULL_RECORD);
@@ -78,8 +79,8 @@ class Outline : public testing::Test {
   MKGetOutline record_{};
 };
 
-// Boxes within or over one another or of equal size, each turning the pixels that it covers to
-// other ones and back: specks, rings, islands in holes, shapes at borders.
+// Boxes inside each other, overlapping or of equal size, each inverting the pixels it covers:
+// specks, rings, islands in holes, shapes at borders.
 TEST_F(Outline, AsByHandOnBoxes) {
   for (int round = 0; round < 12000 && !HasFailure(); ++round) {
     TestImage image(QX_FMT_GRAY, random_.range(1, 12 + round % 140), random_.range(1, 150));
@@ -98,7 +99,7 @@ TEST_F(Outline, AsByHandOnBoxes) {
       cv::Mat part = pixels(box);
       part ^= cv::Scalar(random_.range(0, 3) == 0 ? random_.range(0, 255) : 255);
     }
-    // On the row of the box's upper side: distances are whole numbers there.
+    // On the row of the top edge of the box, where distances are whole numbers.
     const int reach = round % 20 == 0 ? 20000 : 40;
     expect_as_by_hand(std::move(image), {box.x + random_.range(-reach, reach), box.y});
   }
@@ -112,7 +113,7 @@ TEST_F(Outline, AsByHandOnMasksOfPeople) {
   }
 }
 
-// A comb's outline is longer than what cv::blur can take a share of.
+// The outline of a comb is so long that cv::blur refuses the window.
 TEST_F(Outline, AsByHandWhereNothingCanBeSmoothed) {
   TestImage comb(QX_FMT_GRAY, 1500, 1000);
   for (int i = 0; i < 1500 * 1000; ++i) comb.row(0)[i] = i < 1500 || i % 2 == 0 ? 255 : 0;
@@ -148,7 +149,7 @@ TEST_F(Outline, RefusedCallsEmptyTheRecord) {
   expect_emptied(MVK_NOT_FOUND, ground.get(), &kGood);
 }
 
-// The pointers of a record that counts nothing mean nothing; of one that counts, null is skipped.
+// The pointers of a record with count 0 are ignored; with any other count, null is skipped.
 TEST_F(Outline, PointersOfRecordsAsTheyCome) {
   uint32_t some = 0;
   int32_t* others = nullptr;

@@ -1,4 +1,4 @@
-// What the functions that take images refuse: with the code, and without writing.
+// What the functions that take images refuse: the result code, and that nothing is written.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -17,7 +17,7 @@ MKRect rect;
 
 enum Checks { kPlanes, kRecords, kSizes };
 
-// A function of so many images.
+// A function that takes so many images.
 struct Function {
   const char* name;
   size_t images;
@@ -26,7 +26,7 @@ struct Function {
   uint32_t (*call)(const Images& images);
 };
 
-// On images of 8 x 8 pixels in memory for any format; the mask that a guide goes with is smaller.
+// On images of 8 x 8 pixels in memory for any format; a mask with a guide is smaller.
 void expect_refusals(const Function& function, const Formats& formats) {
   std::vector<TestImage> images;
   Images given{};

@@ -109,9 +109,9 @@ void judge(Image d, Image s) {
   to_or_from_gray(d, s, d.width & even, d.height & even);
 }
 
-constexpr int kOverlap = -1;  // padding: the pitches are the width, whatever a row takes
+constexpr int kOverlap = -1;  // as padding: pitches are the width, however long a row is
 
-// `less`: how much smaller than the source the destination says it is.
+// `less`: by how much the destination is described as smaller than the source.
 void expect_converted(uint32_t to, const TestImage& src, int padding, int less) {
   const int bytes = std::max(padding, 0);
   TestImage dst(to, src.width(), src.height(), bytes, bytes, 2);
@@ -124,7 +124,7 @@ void expect_converted(uint32_t to, const TestImage& src, int padding, int less) 
   ASSERT_TRUE(dst == expected) << dst << " from " << src;
 }
 
-// From every pair of paddings; small images also as if the destination were smaller.
+// With every pair of paddings; small images also as if the destination were smaller.
 void expect_converted(uint32_t to, const TestImage& src) {
   expect_converted(to, src, 0, 0);
   if (src.height() < 100) expect_converted(to, src, kOverlap, 0);
@@ -132,7 +132,7 @@ void expect_converted(uint32_t to, const TestImage& src) {
   for (const int less : {0, 3, 4}) expect_converted(to, src, 3, less);
 }
 
-// The last two shapes are large enough for the work to be cut into pieces.
+// The last two shapes are large enough for the work to be divided.
 TEST(Convert, EveryPairShapeSizeAndPadding) {
   std::vector<test::Shape> shapes = test::kShapes;
   shapes.insert(shapes.end(), {{33003, 5}, {1101, 1003}});
@@ -148,7 +148,7 @@ TEST(Convert, EveryPairShapeSizeAndPadding) {
   }
 }
 
-// As many rows and bytes as the destination has, each plane by its own pitch.
+// As many rows and bytes as the destination has, each plane with its own pitch.
 TEST(Convert, TypedViewOfNv21ToGray) {
   using kel::imageprocess::PixelRegion_;
   const TestImage src(QX_FMT_NV21, 9, 7, 3);

@@ -1,5 +1,5 @@
-// Copies, turns, scaling and warps: pixels judged by OpenCV's calls on the planes, scales and
-// matrices by geometry.
+// Copy, rotation, scaling and warp: pixels are compared with OpenCV calls on the planes, scales and
+// matrices with geometry.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -24,7 +24,7 @@ using RgbView = kel::imageprocess::PixelRegion_<QX_FMT_RGB24>;
 const std::vector<uint32_t> kFormats{QX_FMT_RGB24, QX_FMT_ARGB, QX_FMT_GRAY, QX_FMT_NV12,
                                      QX_FMT_NV21};
 
-// Views of the planes, rows by pitch; chroma as pairs, if there are any.
+// Matrix headers of the planes, rows by pitch; chroma as pairs, if there are any.
 std::vector<cv::Mat> planes_of(const QX_OFFSCREEN& d) {
   const int type = d.format == QX_FMT_RGB24 ? CV_8UC3 : d.format == QX_FMT_ARGB ? CV_8UC4 : CV_8UC1;
   std::vector<cv::Mat> planes;
@@ -36,8 +36,8 @@ std::vector<cv::Mat> planes_of(const QX_OFFSCREEN& d) {
   return planes;
 }
 
-// What is moved: of two-plane images the even part. Turns of formats with one byte a pixel take
-// rows as packed.
+// What is moved: of two-plane images the even part. Rotation of formats with one byte per pixel
+// expects packed rows.
 std::vector<cv::Mat> moved_planes(QX_OFFSCREEN image, int angle) {
   const bool is_nv = image.plane[1] != nullptr;
   if (is_nv) {
@@ -78,14 +78,14 @@ void expect_moved(const TestImage& src, int angle, int padding) {
   ASSERT_TRUE(dst == expected) << dst << " from " << src << " by " << angle;
 }
 
-// By every angle into rows with any padding.
+// By every angle, into rows with any padding.
 void expect_moved(const TestImage& src) {
   for (const int angle : {kCopy, 0, 90, 180, 270}) {
     for (const int padding : {0, 5, 7}) expect_moved(src, angle, padding);
   }
 }
 
-// The last shapes are cut into bands and strips.
+// The last shapes are processed in bands and strips.
 TEST(Move, EveryFormatShapeAngleAndPadding) {
   std::vector<test::Shape> shapes = test::kShapes;
   shapes.insert(shapes.end(), {{8, 16}, {7, 16}, {8, 15}, {130, 530}, {16, 1100}, {700, 33}});
@@ -99,7 +99,7 @@ TEST(Move, EveryFormatShapeAngleAndPadding) {
   }
 }
 
-// The mean of the side ratios is exactly 1 for 2x6 and 6x2; the others are scaled.
+// The mean of the ratios of the sides is exactly 1 for 2x6 and 6x2; the others are scaled.
 TEST(Move, DestinationsOfAnotherSizeAreLeftAlone) {
   for (const uint32_t format : kFormats) {
     const TestImage src(format, 4, 4);
@@ -159,7 +159,7 @@ void rotate_by_hand(TestImage& dst, const TestImage& src, float cx, float cy, fl
   }
 }
 
-// Far and meaningless centres: the image's guards and the sanitizers judge, and the loops end.
+// Far and meaningless centres: nothing outside the image is touched, and the loops end.
 TEST(GrayRotateAny, FollowsItsDefinitionAndStaysInside) {
   constexpr Point2D_<float> kCentres[]{{0, 0},        {18, 10.5F},    {-7.25F, 90},   {-0.3F, NAN},
                                        {3e7F, -3e9F}, {NAN, NAN},     {1e30F, 3},     {2, 1.7e7F},
@@ -180,8 +180,8 @@ TEST(GrayRotateAny, FollowsItsDefinitionAndStaysInside) {
   }
 }
 
-// Runs `judge(src, dst, plane)` for every plane of both. The source lies in the middle of a larger
-// matrix: whatever OpenCV reads around it is there.
+// Runs `judge(src, dst, plane)` for every plane of both. The source is in the middle of a larger
+// matrix, since OpenCV may read around it.
 template <typename Judge>
 void judge_planes(const TestImage& dst, const TestImage& src, Judge judge) {
   const std::vector<cv::Mat> from = planes_of(src);
@@ -206,7 +206,7 @@ TEST(ResizeScale, FollowsSidesAndAngle) {
   }
 }
 
-// Corners of an 80 x 60 rectangle turned about (100, 100) by trigonometry, and their bounding box.
+// Corners of an 80 x 60 rectangle rotated about (100, 100), and their bounding box.
 TEST(AffineTransform, MovesCornersToTheTurnedBoundingBox) {
   for (const auto& [degrees, scale] : {std::pair{0.0, 0.0}, {30, 0}, {-75.5, 0.5}, {200, 0.5}}) {
     const double c = std::cos(degrees * CV_PI / 180);

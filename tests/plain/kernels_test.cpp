@@ -1,6 +1,5 @@
-// Vector kernels against the plain loops that define them, on every instruction set. Kernels that
-// move or average pixels use theirs where there are no vectors, and the tests of turns and
-// conversions compare both with OpenCV.
+// Vector kernels against the plain loops that define them, on every instruction set. (The tests of
+// rotations and conversions do that for the kernels that move or average pixels.)
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -139,7 +138,7 @@ TEST(Kernels, MedianRowByNetwork) {
   }
 }
 
-// Runs of every length, each to an even number of rows, some of which are not wanted.
+// Runs of every length, each for an even number of rows, some of which are not wanted.
 TEST(Kernels, SpreadRow) {
   constexpr int kWidth = 128;
   constexpr int kStride = kWidth + 4 * kVector;

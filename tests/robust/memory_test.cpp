@@ -1,5 +1,5 @@
 // Refuses each allocation of every exported function in turn. malloc and its relatives are replaced
-// in this program; operator new and OpenCV's allocator come out there, too.
+// in this program; operator new and OpenCV's allocator call them, too.
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -61,8 +61,8 @@ void free(void* block) {
   __libc_free(block);
 }
 }
-// What OpenCV's own code takes for itself; not counted, for no one else can give it back: OpenCV
-// loses a matrix's pixels when it gets no memory for their record, and cv::findContours its
+// What OpenCV's own code allocates for itself; not counted, since nobody else can free it: OpenCV
+// leaks the pixels of a matrix if it cannot allocate their header, and cv::findContours its
 // storage.
 namespace cv {
 void* fastMalloc(size_t size) {
@@ -78,7 +78,7 @@ void fastFree(void* block) { __libc_free(block); }
 namespace robust {
 namespace {
 
-// Runs the call and gives everything back. What was written counts when nothing was thrown.
+// Runs the call and releases everything. What was written counts only if nothing was thrown.
 std::vector<uint8_t> run_refusing(Scene& scene, long first, long last) {
   std::vector<uint8_t> outcome;
   watch = {true, first, last};
@@ -95,7 +95,7 @@ std::vector<uint8_t> run_refusing(Scene& scene, long first, long last) {
 }
 
 TEST(FailingMemory, NothingLeaksAndRecordsStayWhole) {
-  cv::setNumThreads(1);  // threads of a pool allocate when they like
+  cv::setNumThreads(1);  // the threads of a pool allocate at any time
   long refusals = 0;
   for (const Variant& variant : variants()) {
     for (int draw = 0; draw < 12; ++draw) {
@@ -106,7 +106,7 @@ TEST(FailingMemory, NothingLeaksAndRecordsStayWhole) {
       const long total = 2 * watch.asked;
       for (long i = 0; i < total; ++i, ++refusals) {
         const long last = i % 2 == 0 ? i / 2 : LONG_MAX;
-        // OpenCV's error state is set up once and stays; a leak comes back.
+        // OpenCV's error state is set up once and stays; a leak would come again.
         run_refusing(scene, i / 2, last);
         if (watch.live != 0) run_refusing(scene, i / 2, last);
         ASSERT_EQ(watch.live, 0) << scene.description() << " leaks when allocation " << i / 2

@@ -1,5 +1,5 @@
-// Odd values do not make a call long: ordinary and odd calls of an operation on 1920 x 1080 pixels,
-// measured side by side in processor time, which other processes do not lengthen.
+// Odd values do not make a call slow: ordinary and odd calls of an operation on 1920 x 1080 pixels,
+// measured in processor time, which other processes do not lengthen.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -36,7 +36,7 @@ void outline(const QX_OFFSCREEN& image, const MKOutlineMode& mode) {
   mvk_outline_destroy(handle, &result);
 }
 
-// A frame around some dots and below them a comb with thousands of dots between its teeth.
+// A frame around some dots, and below them a comb with thousands of dots between its teeth.
 TestImage comb_below(int dots) {
   TestImage image(QX_FMT_GRAY, 300, 300);
   cv::Mat pixels(300, 300, CV_8UC1, image.row(0));
@@ -76,7 +76,7 @@ TEST(OddValues, TakeNoLongerThanOthers) {
     }
   });
 
-  // Borders are told apart by 125 marks: with 124 dots the frame and the comb have the same one.
+  // Borders are told apart by 125 marks: with 124 dots the frame and the comb share one.
   compare("two borders with one mark", comb_below(123), comb_below(124), [](const auto& image) {
     outline(image, {MK_OMODE_STROKE, MK_OCHAIN_ALL, 0, MK_OSMOOTH_NONE, 0, nullptr, 127});
   });

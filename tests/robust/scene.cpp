@@ -18,10 +18,10 @@ using as_written::block;
 using kel::imageprocess::bytes_per_pixel;
 using kel::imageprocess::is_two_plane;
 
-// Sources have another byte in their padding than destinations: copied padding shows.
+// Sources have another byte in their padding than destinations, so that copied padding shows.
 uint8_t padding_of(const Plane& plane) { return plane.source ? 0x5A : 0xA5; }
 
-// The part of a plane that copies and turns move; empty where rows overlap.
+// The part of a plane that copies and rotations move; empty where rows overlap.
 cv::Mat pixels_of(const QX_OFFSCREEN& image, int plane, bool packed) {
   const bool two = is_two_plane(image.format);
   const int w = two ? image.width / 2 * (2 - plane) : image.width;
@@ -47,7 +47,7 @@ bool shows(const Scene& s, const cv::Mat& wanted) {
   return s.code == MVK_OK && cv::norm(block(s.dst[0]), wanted, cv::NORM_INF) == 0;
 }
 
-// One function per operation adds the images, what else it takes, the call and a judge of it.
+// One function per operation adds the images, the other arguments, the call and its judge.
 
 void set_copy(Scene& s) {
   s.add_pair(false);
@@ -242,11 +242,11 @@ void set_files(Scene& s) {
     return written |
            mvk_read_landmarks(s.results, count, s.path.c_str(), is_float, dims, separator);
   };
-  if (is_float || separator == '+' || separator == '-') return;  // parts of other numbers
+  if (is_float || separator == '+' || separator == '-') return;  // which numbers contain
   s.judge = [=, &s] { return std::equal(numbers.begin(), numbers.end(), s.results); };
 }
 
-// A contour like a face's with the rest of the layout around it; sometimes wild.
+// A contour like that of a face, the rest of the layout around it; sometimes wild.
 void set_forehead(Scene& s) {
   const int count = s.choice.pick(0, 1) == 1 ? 106 : 96;
   const int wildness = s.choice.pick(0, 7);
@@ -380,7 +380,7 @@ void Scene::add_pair(bool packed) {
   add(dst, variant.to, width, height, packed);
 }
 
-// The caller's side of the contract, stated once more on its own.
+// The caller's side of the contract, written independently of the library.
 void Scene::add(std::vector<QX_OFFSCREEN>& images, uint32_t format, int w, int h, bool packed) {
   constexpr int kPaddings[] = {0, 0, 1, 5, 64, -1};
   const auto [function, to, from] = variant;
@@ -407,7 +407,7 @@ void Scene::add(std::vector<QX_OFFSCREEN>& images, uint32_t format, int w, int h
   }
 }
 
-// Noise, or flat shapes as masks have them; a known byte in the padding.
+// Noise, or flat shapes as in masks; a known byte in the padding.
 void Scene::paint(cv::Mat pixels, Plane& plane) {
   if (pixels.empty()) return;
   std::memset(plane.data, padding_of(plane), plane.size);

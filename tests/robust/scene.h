@@ -1,6 +1,6 @@
-// One description of what each exported function may be given, and of what it must make of that,
-// drawn from a stream of choices: the bounds, thread and memory tests, the digest program and the
-// fuzz targets all run these scenes.
+// One description of what each exported function may be given and what it must do with it, drawn
+// from a stream of choices: the bounds, thread and memory tests, the digest program and the fuzz
+// targets all run these scenes.
 #pragma once
 
 #include <deque>
@@ -39,8 +39,8 @@ struct Variant {
 // The functions of a family, or all of them, with every pair of formats that they take.
 std::vector<Variant> variants(const std::string& family = "");
 
-// A call on images of about the given size, and everything that it touches, in memory that nothing
-// lies next to and that is no larger than the call may touch; sources are read-only.
+// A call on images of about the given size, with everything that it touches, in memory that is no
+// larger than the call may touch and next to unreadable pages; sources are read-only.
 class Scene {
  public:
   Scene(const Variant& variant, int width, int height, Flush flush, Choice& choice);
@@ -49,17 +49,17 @@ class Scene {
   Scene& operator=(const Scene&) = delete;
 
   void run() { code = call(); }
-  // Gives the outlines and their handle back.
+  // Releases the outlines and their handle.
   void release();
   // The code and every byte that the call may have written.
   std::vector<uint8_t> outcome() const;
-  // Whether the code, the padding and, as far as there is a judge, the result are right.
+  // Whether the code, the padding and, where there is a judge, the result are right.
   bool is_right() const;
   bool is_refused() const { return outcome() == refused_; }
   // The function, the images and every argument, for messages.
   std::string description() const;
 
-  // For those who set a scene. Packed: rows one after the other, whatever the pitch says.
+  // For the functions that set a scene. Packed: rows without padding, whatever the pitch says.
   void add(std::vector<QX_OFFSCREEN>& images, uint32_t format, int w, int h, bool packed);
   void add_pair(bool packed);  // a source and a destination of the scene's size
   void set_values(const std::vector<int32_t>& numbers);

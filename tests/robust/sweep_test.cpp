@@ -1,5 +1,5 @@
-// Every exported function on memory that ends, and that starts, at an unreadable page, and on eight
-// threads at once.
+// Every exported function on memory that ends, and that starts, next to an unreadable page, and on
+// eight threads at once.
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -14,7 +14,7 @@ namespace {
 
 std::string fault;
 
-// Names the call; back at the faulty access, the program ends.
+// Names the call; the program ends when the faulty access is repeated.
 void report_fault(int signal) {
   (void)!write(STDERR_FILENO, fault.data(), fault.size());
   std::signal(signal, SIG_DFL);

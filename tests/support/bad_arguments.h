@@ -1,4 +1,4 @@
-// The ways in which a descriptor can be wrong whatever the function.
+// The ways in which a descriptor can be wrong for any function.
 #pragma once
 
 #include <vector>
@@ -16,7 +16,7 @@ inline int last_plane(const QX_OFFSCREEN& image) {
   return kel::imageprocess::is_two_plane(image.format) ? 1 : 0;
 }
 
-// The first three are what every function looks at.
+// Every function checks the first three.
 inline const std::vector<BrokenField> kBrokenFields{
     {"null plane 0", [](QX_OFFSCREEN& image) { image.plane[0] = nullptr; }},
     {"format 0", [](QX_OFFSCREEN& image) { image.format = 0; }},

@@ -1,4 +1,4 @@
-// The pictures of samples/, decoded; paths are taken from the project's root.
+// The pictures of samples/, decoded.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@ TestImage sample_mask(const std::string& name);
 // A JPEG photograph as RGB24.
 TestImage sample_photo(const std::string& name);
 
-// The mask scaled to another size by nearest neighbour: real shapes at any size.
+// The mask scaled to another size by nearest neighbour.
 TestImage scaled_mask(const TestImage& mask, int width, int height);
 
 }  // namespace test

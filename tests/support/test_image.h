@@ -1,7 +1,6 @@
-// An image in exactly sized, guarded memory. Every test gives its pixels to the library through
-// one of these: the guards around each plane are checked at the end, accesses beyond them are
-// caught under AddressSanitizer, and whole planes, padding included, can be compared with what they
-// should hold.
+// An image in exactly sized, guarded memory: the guards around each plane are checked at the end,
+// AddressSanitizer catches accesses outside a plane, and whole planes can be compared, padding
+// included.
 #pragma once
 
 #include <cstdint>
@@ -32,20 +31,20 @@ class Random {
 
 class TestImage {
  public:
-  // Planes of pitch * rows bytes, filled with random bytes, padding too. The pitch is the row's
-  // length plus padding[plane]; chroma planes have the rounded-up size.
+  // Planes of pitch * rows random bytes, padding included. The pitch is the length of a row plus
+  // the plane's padding; chroma planes have the rounded-up size.
   TestImage(uint32_t format, int width, int height, int padding0 = 0, int padding1 = 0,
             uint64_t seed = 1);
   TestImage(TestImage&&) = default;
   TestImage& operator=(TestImage&&) = default;
-  ~TestImage();  // reports a test failure when a guard was written
+  ~TestImage();  // reports a test failure if a guard was overwritten
 
   // A GRAY image with the given rows.
   static TestImage gray(int width, int height, const std::vector<uint8_t>& pixels);
 
   TestImage clone() const;
 
-  // What the functions under test are given.
+  // For the functions under test.
   QX_OFFSCREEN* get() { return &descriptor_; }
   const QX_OFFSCREEN* get() const { return &descriptor_; }
   QX_OFFSCREEN& descriptor() { return descriptor_; }
@@ -71,7 +70,7 @@ class TestImage {
   std::vector<std::vector<uint8_t>> planes_;  // each between two guards
 };
 
-// Sizes that every operation is tried on: 1, 2, odd, even, wide, tall, past a vector's width.
+// Sizes that every operation is tried on: 1, 2, odd, even, wide, tall, longer than a vector.
 struct Shape {
   int width;
   int height;
