@@ -9,7 +9,7 @@ endif()
 mark_as_advanced(LibYUV_INCLUDE_DIR LibYUV_LIBRARY)
 
 include(FindPackageHandleStandardArgs)
-find_package_handle_standard_args(LibYUV 
+find_package_handle_standard_args(LibYUV
   REQUIRED_VARS LibYUV_LIBRARY LibYUV_INCLUDE_DIR VERSION_VAR LibYUV_VERSION)
 if(LibYUV_FOUND AND NOT TARGET Morvik::LibYUV)
   add_library(Morvik::LibYUV INTERFACE IMPORTED)
