@@ -22,7 +22,7 @@ def cluster(scheduler: str | None, workers: int) -> Iterator[Client]:
             yield client
         return
     os.environ.setdefault("OPENCV_FOR_THREADS_NUM", "1")  # the workers inherit it
-    with LocalCluster(n_workers=workers, threads_per_worker=1, processes=True, dashboard_address=None,
+    with LocalCluster(n_workers=workers, threads_per_worker=1, processes=True, dashboard_address="127.0.0.1:0",
                       protocol="tcp://", silence_logs=50) as local:
         with Client(local, set_as_default=False) as client:
             yield client
