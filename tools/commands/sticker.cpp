@@ -62,7 +62,7 @@ Picture fitted(const Picture& sticker, int side, Session& session) {
   const int left = (side - size.width) / 2;
   const int top = (side - size.height) / 2;
   for (int y = 0; y < size.height; ++y) {
-    std::copy_n(part.row(y), part.row_bytes(), square.row(top + y) + size_t{4} * left);
+    std::copy_n(part.row(y), part.row_bytes(), square.row(top + y) + ptrdiff_t{4} * left);
   }
   return square;
 }
