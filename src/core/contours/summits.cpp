@@ -10,9 +10,8 @@ namespace kel {
 Summits::Summits(const BitMask& mask) {
   for (int y = 0; y < mask.height(); ++y) {
     here_.clear();
-    mask.for_each_run(y, [&](int32_t begin, int32_t end) {
-      here_.push_back({begin, end, kNone, kNone});
-    });
+    mask.for_each_run(
+        y, [&](int32_t begin, int32_t end) { here_.push_back({begin, end, kNone, kNone}); });
     link_rows(y);
     above_.swap(here_);
   }
