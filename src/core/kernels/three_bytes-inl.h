@@ -22,12 +22,15 @@ alignas(64) constexpr uint32_t kTwelves[16] = {0, 1, 2, 2, 3, 4, 5, 5, 6, 7, 8, 
 alignas(64) constexpr uint32_t kFromTwelves[16] = {0,  1,  2,  4,  5,  6,  8,  9,
                                                    10, 12, 13, 14, 15, 15, 15, 15};
 
-// The lanes of 32 bits in another order, from lane `offset` on.
+// The lanes of 32 bits in another order, from lane `offset` on. Entries beyond a shorter vector's
+// lanes wrap; they stand where nothing that counts is stored.
 HWY_INLINE ByteVector permute_32(ByteVector v, const uint32_t* order, uint32_t offset = 0) {
   namespace hn = hwy::HWY_NAMESPACE;
   if (kByteLanes == 16 && offset == 0) return v;  // one block is in order
   const hn::Repartition<uint32_t, Bytes> d32;
-  const auto lanes = hn::Add(hn::Load(d32, order), hn::Set(d32, offset));
+  constexpr auto kLastLane = static_cast<uint32_t>(kByteLanes / 4 - 1);
+  const auto lanes =
+      hn::And(hn::Add(hn::Load(d32, order), hn::Set(d32, offset)), hn::Set(d32, kLastLane));
   return hn::BitCast(Bytes(),
                      hn::TableLookupLanes(hn::BitCast(d32, v), hn::IndicesFromVec(d32, lanes)));
 }
