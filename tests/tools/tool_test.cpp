@@ -273,7 +273,7 @@ TEST_F(Tool, ColoursAreForTerminalsThatWantThem) {
       "cd " + folder_.string() + "; export TERM=xterm; script -qec \"" MORVIK_TOOL;
   for (const bool wanted : {true, false}) {
     const std::string setting = wanted ? "unset NO_COLOR; " : "export NO_COLOR=1; ";
-    std::system((setting + on_terminal + " nothing\" log >shown").c_str());
+    EXPECT_NE(std::system((setting + on_terminal + " nothing\" log >shown").c_str()), 0);
     EXPECT_NE(text_of("shown").find("there is no command"), std::string::npos);
     EXPECT_EQ(text_of("shown").find('\033') != std::string::npos, wanted);
   }
