@@ -4,10 +4,9 @@
 
 namespace kel::mask {
 
-// The mask with the pixels set, too, that no path of unset pixels, from neighbour to neighbour in
-// rows and columns, joins to its border: with what the outer contours of its shapes enclose.
-// `has_large_hole` becomes false unless an area enclosed by shape might, with the pixels around it,
-// be larger than `large`.
+// Returns the mask with every enclosed pixel set as well. An unset pixel is enclosed if no
+// 4-connected path of unset pixels leads from it to the border of the mask. `has_large_hole` tells
+// whether an enclosed area, including the pixels around it, may exceed `large` pixels.
 BitMask fill_enclosed(const BitMask& shapes, int64_t large, bool& has_large_hole);
 
 }  // namespace kel::mask

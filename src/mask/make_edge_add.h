@@ -10,7 +10,7 @@
 
 namespace kel::mask {
 
-// Inside the mask pipeline only: a kernel or a matrix of unusable size.
+// Internal to the mask pipeline: a kernel or a matrix of unusable size.
 inline constexpr uint32_t kUnusableSize = 7;
 
 inline constexpr int32_t kLargestRadius = 31;

@@ -13,7 +13,7 @@
 
 namespace kel::mask {
 
-// Whether rows are long enough for a chunk, and not too long for a byte of each chunk on the stack.
+// Whether a row has at least one chunk, and no more than there are bytes for on the stack.
 bool fits_network(int32_t columns);
 
 // Same bytes as cv::medianBlur; ksize is 3 or 5, src and dst are CV_8UC1, of one size whose width

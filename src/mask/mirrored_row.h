@@ -5,7 +5,7 @@
 
 namespace kel::mask {
 
-// Where the pixel lies that stands at `at` in a row or column of `end` pixels continued that way.
+// Maps a position outside [0, end) to the pixel that the mirrored border shows there.
 int64_t mirrored(int64_t at, int64_t end);
 
 // Pixels first to first + count - 1 of a row of `width`; pixels have 1 or 3 bytes.

@@ -8,8 +8,8 @@
 
 namespace kel::mask {
 
-// Runs body on bands of an image's rows: on all of them at once unless the image is large. Bands of
-// fewer rows than `least` are not worth what they have in common.
+// Splits an image's rows into bands that run in parallel; small images are one band. Bands of fewer
+// rows than `least` would cost more in shared work than they gain.
 inline void for_each_band(const cv::Mat& image, int32_t least,
                           const std::function<void(const cv::Range&)>& body) {
   constexpr int64_t kPixelsOfABand = 1 << 16;

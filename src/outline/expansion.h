@@ -1,5 +1,5 @@
-// Growing of the main contours by moving their points. The arithmetic stands as it is: the points
-// are truncated, so that an equal formula in another order gives other outlines.
+// Growing of the main contours by moving their points. Do not rearrange the arithmetic: the
+// points are truncated, so an algebraically equal formula gives other outlines.
 #pragma once
 
 #include <cstdint>

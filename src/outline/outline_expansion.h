@@ -11,7 +11,7 @@
 namespace outline {
 
 // Outlines of the shapes (pixels above mode->threshold) of a GRAY image, grown. Rows are packed:
-// the pitch is not used. `result` holds nothing before. Returns MVK_OK or MVK_NOT_FOUND.
+// the pitch is not used. `result` must be empty. Returns MVK_OK or MVK_NOT_FOUND.
 [[nodiscard]] uint32_t outline_expansion(KelPixelRegion image, const MKOutlineMode* mode,
                                          MKGetOutline* result);
 

@@ -12,7 +12,8 @@ namespace kel {
 void fill_contours(BitMask& mask, const Contours& contours);
 
 // Fills the contours without a parent together, by one even-odd rule for all: holes are filled, and
-// where two contours overlap there is a gap. As cv::drawContours with index -1, the rest the same.
+// where two contours overlap there is a gap. As cv::drawContours with index -1 and otherwise
+// the same arguments.
 void fill_top_level(BitMask& mask, const Contours& contours, const Hierarchy& hierarchy);
 
 }  // namespace kel

@@ -6,8 +6,8 @@
 namespace kel {
 
 // The contours of the shapes in a mask: the lists of cv::findContours with cv::RETR_TREE, in its
-// order. `approximation` is cv::CHAIN_APPROX_NONE or cv::CHAIN_APPROX_SIMPLE. What is in the lists
-// before is lost.
+// order. `approximation` is cv::CHAIN_APPROX_NONE or cv::CHAIN_APPROX_SIMPLE. Previous
+// contents of the lists are discarded.
 //
 // Borders are followed from one end of a run to the next, so that the cost depends on the number of
 // runs; cv::findContours steps from pixel to pixel.

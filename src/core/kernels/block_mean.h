@@ -14,8 +14,8 @@ struct Blocks {
   int64_t first = 0;   // pixel of the result
 
   int64_t area() const { return width * height; }
-  // Blocks of four pixels but of pairs of bytes are rounded with halves up, all others with halves
-  // to even.
+  // 2 x 2 blocks round halves up, except those of two-channel images; all others round halves to
+  // even.
   bool rounds_up() const { return width == 2 && height == 2 && channels != 2; }
 };
 

@@ -15,21 +15,23 @@ inline constexpr int kGaussianRows = 4;  // of results that the second pass make
 inline constexpr int kMostTaps = 201;
 inline constexpr int kGaussianSlack = 128;
 
-// What is taken from sums, so that they fit: half their range, but for what rounds in the end.
+// Subtracted from sums so that they fit 16 bits with a sign: half their range, less 128 for the
+// rounding at the end.
 inline constexpr int kSumOffset = 32768 - 128;
 
-// Sums of pixels along a row, less kSumOffset. `row` holds radius * step bytes before
-// and after its `count`; what does not matter are kGaussianSlack more in both.
+// Sums of pixels along a row, less kSumOffset. `row` has radius * step bytes before
+// and after its `count`; kGaussianSlack bytes beyond those of `row` and `sums` may be touched,
+// their contents do not matter.
 void gaussian_along_row(int16_t* sums, const uint8_t* row, int64_t count, int step,
                         GaussianTaps taps);
-// Its definition.
+// Reference version; results must match.
 void gaussian_along_row_plain(int16_t* sums, const uint8_t* row, int64_t count, int step,
                               GaussianTaps taps);
 
 // Pixels of result row i from the sums of rows[i] to rows[i + 2 * radius].
 void gaussian_across_rows(uint8_t* const* results, const int16_t* const* rows, int64_t count,
                           GaussianTaps taps);
-// Its definition.
+// Reference version; results must match.
 void gaussian_across_rows_plain(uint8_t* const* results, const int16_t* const* rows, int64_t count,
                                 GaussianTaps taps);
 

@@ -9,11 +9,10 @@ namespace kel::imageprocess {
 
 inline constexpr int kMeanRows = 16;
 
-// What sums[x] grows by from row to row, entering[i][x] - leaving[i][x], and what it then is, in
-// columns[x * kMeanRows + i].
+// For each row i: sums[x] += entering[i][x] - leaving[i][x]; columns[x * kMeanRows + i] = sums[x].
 void slide_down(uint16_t* columns, uint16_t* sums, const uint8_t* const* entering,
                 const uint8_t* const* leaving, int64_t count);
-// Its definition.
+// Reference version; results must match.
 void slide_down_plain(uint16_t* columns, uint16_t* sums, const uint8_t* const* entering,
                       const uint8_t* const* leaving, int64_t count);
 
@@ -23,9 +22,9 @@ struct WindowSums {
   float large[3 * kMeanRows];
 };
 
-// Means of square windows of ksize pixels a side, a pixel being `step` (1 or 3) columns. `columns`
-// enter the windows and leave them ksize pixels later, so that those before are read, too. An odd
-// number of pixels is rounded up. Column x of row i becomes means[x / 2][i][x % 2].
+// Means of square windows of ksize pixels a side, a pixel being `step` (1 or 3) columns. A column
+// enters a window and leaves it ksize pixels later, so up to ksize pixels before `columns` are
+// read. An odd number of pixels is rounded up. Column x of row i becomes means[x / 2][i][x % 2].
 //
 // Up to kernel 15 quotients are rounded to the nearest number. Those of larger kernels are products
 // with the reciprocal in single precision; from column `single` on, they are exact, too.
@@ -38,7 +37,7 @@ struct MeanAlong {
   int step;
 };
 void mean_along(WindowSums& sums, const MeanAlong& job);
-// Its definition.
+// Reference version; results must match.
 void mean_along_plain(WindowSums& sums, const MeanAlong& job);
 
 // Up to here the sum of a window has 16 bits.

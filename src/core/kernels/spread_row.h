@@ -9,8 +9,8 @@ namespace kel::imageprocess {
 struct KernelRun {
   int32_t level;   // extremes over 2^level pixels
   int32_t first;   // where the run starts, counted from the left end of the padded row
-  int32_t second;  // where the table entry starts that ends with the run
-  int32_t rows;    // rows of the element that have this run, even in number
+  int32_t second;  // start of the table entry that ends where the run ends
+  int32_t rows;    // rows of the element that have this run: an even number
 };
 
 // What one input row does to the output rows that it reaches.

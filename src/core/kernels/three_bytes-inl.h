@@ -22,8 +22,8 @@ alignas(64) constexpr uint32_t kTwelves[16] = {0, 1, 2, 2, 3, 4, 5, 5, 6, 7, 8, 
 alignas(64) constexpr uint32_t kFromTwelves[16] = {0,  1,  2,  4,  5,  6,  8,  9,
                                                    10, 12, 13, 14, 15, 15, 15, 15};
 
-// The lanes of 32 bits in another order, from lane `offset` on. Entries beyond a shorter vector's
-// lanes wrap; they stand where nothing that counts is stored.
+// The lanes of 32 bits in another order, from lane `offset` on. Indices beyond the lanes of a
+// shorter vector wrap; the lanes they fill are never used.
 HWY_INLINE ByteVector permute_32(ByteVector v, const uint32_t* order, uint32_t offset = 0) {
   namespace hn = hwy::HWY_NAMESPACE;
   if (kByteLanes == 16 && offset == 0) return v;  // one block is in order

@@ -32,8 +32,8 @@ struct Place {
 // Centres of pixels on centres.
 Place centred_place(const Axis& axis, int64_t at);
 
-// How areas are enlarged: pixels that lie within one pixel of the source take its value, those on
-// an edge mix its sides.
+// The mapping of the area method when it enlarges: a pixel that lies inside one pixel of the source
+// takes its value, one that straddles an edge mixes both sides.
 Place covering_place(const Axis& axis, int64_t at);
 
 // The run of pixels that one pixel of the result covers, when scaling down: all have the same
