@@ -9,6 +9,10 @@ cd "$(dirname "$0")/.."
 install_packages "${build_packages[@]}" "${python_packages[@]}"
 unset MORVIK_LIBRARY PYTHONPATH
 export OPENCV_LOG_LEVEL=ERROR MORVIK_TOOL=$PWD/build/release/tools/morvik
+# What killed workers of an earlier run left behind would be reported on standard error.
+DASK_TEMPORARY_DIRECTORY=$(mktemp -d)
+export DASK_TEMPORARY_DIRECTORY
+trap 'rm -rf "$DASK_TEMPORARY_DIRECTORY"' EXIT
 python=/usr/bin/python3
 cmake --preset release >/dev/null
 cmake --build --preset release --target morvik morvik_tool >/dev/null
