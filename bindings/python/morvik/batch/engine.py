@@ -35,18 +35,32 @@ def run(
     threads = max(1, sum(client.nthreads().values()))
     waiting = iter(names)
 
-    def submit(name: str) -> Any:
+    def submit(name: str, tries: int = 0) -> Any:
         future = client.submit(task, job, name, pure=False, retries=_RETRIES)
-        future.name = name
+        future.name, future.tries = name, tries
         return future
 
     first = list(map(submit, itertools.islice(waiting, _WINDOW * threads)))
-    futures = as_completed(first, loop=client.loop, with_results=True, raise_errors=False)
-    del first  # a record is freed when it was yielded
-    for future, result in futures:
-        for name in itertools.islice(waiting, 1):
-            futures.add(submit(name))
-        if future.status == "finished":
-            yield result
-        else:
-            yield {"name": future.name, "status": "failed", "error": f"the worker failed: {future.exception()}"}
+    # Without results: as_completed forgets a task whose result its worker took with it.
+    futures = as_completed(first, loop=client.loop)
+    del first  # a task is freed when its record was yielded
+    for batch in futures.batches():
+        records = _records(client, batch)
+        for future in batch:
+            record = records.get(future.name)
+            if record is None and future.tries < _RETRIES:
+                # Doing a file again writes the same bytes.
+                futures.add(submit(future.name, future.tries + 1))
+                continue
+            for name in itertools.islice(waiting, 1):
+                futures.add(submit(name))
+            yield record or {"name": future.name, "status": "failed",
+                             "error": f"the workers that had it were lost ({future.status})"}
+
+
+def _records(client: Client, futures: list[Any]) -> dict[str, dict[str, Any]]:
+    """What finished tasks returned; those whose worker is gone are done again while this waits."""
+    try:
+        return {record["name"]: record for record in client.gather(futures, errors="skip")}
+    except Exception:  # the connection went in the middle of it
+        return {}
