@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <opencv2/imgproc.hpp>
 
+#include "core/contours/antialiased_fill.h"
 #include "core/contours/trace_contours.h"
 #include "morvik/morvik.h"
 
@@ -33,7 +34,7 @@ void sum_brightness(const cv::Mat& guide, int32_t y, int32_t x, int32_t radius, 
 
 uint32_t make_edge_add(cv::Mat& mask, uint32_t radius, const cv::Mat& guide) {
   if (mask.rows != guide.rows || mask.cols != guide.cols) return kUnusableSize;
-  if (radius < 2 || radius > kLargestRadius) return kUnusableSize;
+  if (radius < kSmallestRadius || radius > kLargestRadius) return kUnusableSize;
   const BitMask shapes(mask, 254);
   shapes.write(mask);
   Contours contours;
@@ -50,7 +51,7 @@ void make_contour_edge(cv::Mat& mask, const cv::Mat& guide, uint32_t radius, Con
   fix_contours_point(moved, mask);
   find_edge_contour_add_haar(moved, static_cast<int32_t>(radius), guide, mask);
   mask.setTo(0);
-  cv::drawContours(mask, moved, -1, cv::Scalar(255), cv::FILLED, cv::LINE_AA, hierarchy, 2);
+  fill_antialiased(mask, moved, hierarchy);
   add_image_point(contours, mask);  // the points as they were found
   contours.swap(moved);
 }

@@ -13,12 +13,14 @@ namespace kel::mask {
 // Internal to the mask pipeline: a kernel or a matrix of unusable size.
 inline constexpr uint32_t kUnusableSize = 7;
 
+// Smaller radii could move points out of the image.
+inline constexpr int32_t kSmallestRadius = 4;
 inline constexpr int32_t kLargestRadius = 31;
 
 // mask: CV_8UC1, binarised (only 255 counts) and replaced by the redrawn one. guide: CV_8UC3 of
-// the same size, continuous. radius: 2 to kLargestRadius pixels. Returns kUnusableSize for
-// different sizes or another radius, and MVK_BAD_ARGUMENT when there is no contour: the mask is
-// then binary.
+// the same size, continuous. radius: kSmallestRadius to kLargestRadius pixels. Returns
+// kUnusableSize for different sizes or another radius, and MVK_BAD_ARGUMENT when there is no
+// contour: the mask is then binary.
 [[nodiscard]] uint32_t make_edge_add(cv::Mat& mask, uint32_t radius, const cv::Mat& guide);
 
 // Redraws mask from its contours after moving them; contours returns the moved ones.

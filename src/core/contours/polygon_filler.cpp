@@ -27,7 +27,16 @@ void PolygonFiller::add(const Contour& polygon) {
   cv::Point from = polygon.back();
   for (const cv::Point to : polygon) {
     draw_side(from, to);
-    cross_rows(from, to);
+    cross_rows(from, to, true);
+    from = to;
+  }
+}
+
+void PolygonFiller::add_inside(const Contour& polygon) {
+  if (polygon.empty()) return;
+  cv::Point from = polygon.back();
+  for (const cv::Point to : polygon) {
+    cross_rows(from, to, false);
     from = to;
   }
 }
@@ -43,7 +52,7 @@ void PolygonFiller::draw_side(cv::Point from, cv::Point to) {
 
 // The row of the lower end is not crossed. Where an edge passes a pixel exactly, the pixel is
 // filled, whichever side is inside; if the edge is not cut off, its line has set it.
-void PolygonFiller::cross_rows(cv::Point from, cv::Point to) {
+void PolygonFiller::cross_rows(cv::Point from, cv::Point to, bool has_line) {
   constexpr int32_t kTall = 1 << (kFractionBits - 1);  // rows in which rounding adds up to a half
   const auto [upper, lower] = from.y < to.y ? std::pair(from, to) : std::pair(to, from);
   const int32_t row = std::max(upper.y, 0);
@@ -55,7 +64,7 @@ void PolygonFiller::cross_rows(cv::Point from, cv::Point to) {
   const int64_t height = int64_t{lower.y} - upper.y;
   const int64_t slope = height == 1 ? width : width / height;
   int64_t x = upper.x * kOne + (int64_t{row} - upper.y) * slope;
-  const bool is_whole = mask_.contains(from.x, from.y) && mask_.contains(to.x, to.y);
+  const bool is_whole = has_line && mask_.contains(from.x, from.y) && mask_.contains(to.x, to.y);
   for (int32_t y = row; y < end_row; ++y, x += slope) {
     const int64_t column = x >> kFractionBits;
     turn_over(column + 1, y);

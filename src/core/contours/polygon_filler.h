@@ -20,12 +20,14 @@ class PolygonFiller {
 
   // Draws the boundary of a polygon; its inside follows with the next fill().
   void add(const Contour& polygon);
+  // Without the boundary, but for pixels that it passes exactly.
+  void add_inside(const Contour& polygon);
   // Fills what the polygons added since the last time enclose an odd number of times.
   void fill();
 
  private:
   void draw_side(cv::Point from, cv::Point to);
-  void cross_rows(cv::Point from, cv::Point to);
+  void cross_rows(cv::Point from, cv::Point to, bool has_line);
   void turn_over(int64_t column, int32_t row);
   void fill_row(int32_t row);
 
