@@ -45,11 +45,26 @@ int32_t place(double offset, double centre) {
   return add(kel::saturate_to_int32(offset), static_cast<uint32_t>(kel::saturate_to_int32(centre)));
 }
 
+// Whether values that differ from this one by rounding errors are truncated alike.
+bool truncates_safely(double value) {
+  constexpr double kMargin = 1e-6;
+  const double rest = std::abs(value - static_cast<double>(static_cast<int64_t>(value)));
+  return std::abs(value) < 0.5 || (rest > kMargin && rest < 1.0 - kMargin);
+}
+
+// The points are defined by radius and angle. Scaled offsets are the same numbers but for the last
+// bits, which matter next to whole numbers only.
 void scale_contour(kel::Contour& contour, cv::Point2d centre, double scale) {
+  constexpr double kFar = 1e6;  // up to here the last bits are far below the margin
   for (cv::Point& point : contour) {
-    const double radius = distance_between(point, centre) * scale;
-    const double angle = std::atan2(point.y - centre.y, point.x - centre.x);
-    point = {place(radius * std::cos(angle), centre.x), place(radius * std::sin(angle), centre.y)};
+    cv::Point2d offset{(point.x - centre.x) * scale, (point.y - centre.y) * scale};
+    const bool is_near = std::abs(offset.x) < kFar && std::abs(offset.y) < kFar;
+    if (!is_near || !truncates_safely(offset.x) || !truncates_safely(offset.y)) {
+      const double radius = distance_between(point, centre) * scale;
+      const double angle = std::atan2(point.y - centre.y, point.x - centre.x);
+      offset = {radius * std::cos(angle), radius * std::sin(angle)};
+    }
+    point = {place(offset.x, centre.x), place(offset.y, centre.y)};
   }
 }
 

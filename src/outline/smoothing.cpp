@@ -1,5 +1,6 @@
 #include "outline/smoothing.h"
 
+#include <cmath>
 #include <opencv2/imgproc.hpp>
 
 #include "core/contours/contours.h"
@@ -11,19 +12,50 @@
 namespace outline {
 namespace {
 
-// The contour is a row of points to the filter, reflected at its ends although it is closed.
 // cv::blur refuses windows of more than 2^16 integers; contours so long stay as they are.
 void smooth_contour(kel::Contour& contour, double share) {
   constexpr uint32_t kTooLong = 1 << 16;
   const uint32_t length = kel::saturate_to_uint32(cv::arcLength(contour, true) * share);
   if (length < 2 || length >= kTooLong) return;
-  const int window = static_cast<int>(length | 1);
-  kel::Contour smooth;
-  cv::blur(contour, smooth, cv::Size(window, 1), cv::Point(-1, -1), cv::BORDER_REFLECT_101);
-  contour.swap(smooth);
+  contour = moving_mean(contour, length | 1);
 }
 
 }  // namespace
+
+// cv::blur's sums wrap at 32 bits. It scales them in single precision, two points at a time, and
+// the last one of an odd count in double precision; either way they are rounded to even.
+kel::Contour moving_mean(const kel::Contour& contour, int64_t window) {
+  const auto count = static_cast<int64_t>(contour.size());
+  const auto at = [&](int64_t i) {
+    while (count > 1 && (i < 0 || i >= count)) i = i < 0 ? -i : 2 * (count - 1) - i;
+    return contour[static_cast<size_t>(count > 1 ? i : 0)];
+  };
+  const int64_t half = window / 2;
+  uint32_t x = 0;
+  uint32_t y = 0;
+  const auto add = [&](cv::Point p) {
+    x += static_cast<uint32_t>(p.x);
+    y += static_cast<uint32_t>(p.y);
+  };
+  for (int64_t i = -half; i < half; ++i) add(at(i));
+  const double scale = 1.0 / static_cast<double>(window);
+  const auto mean = [scale](uint32_t sum) {
+    return static_cast<int>(
+        std::lrint(static_cast<float>(static_cast<int32_t>(sum)) * static_cast<float>(scale)));
+  };
+  const auto last_mean = [scale](uint32_t sum) {
+    return static_cast<int>(std::lrint(static_cast<int32_t>(sum) * scale));
+  };
+  kel::Contour means(contour.size());
+  for (int64_t i = 0; i < count; ++i) {
+    add(at(i + half));
+    const bool is_single = i + 1 == count && count % 2 != 0;
+    means[static_cast<size_t>(i)] =
+        is_single ? cv::Point(last_mean(x), last_mean(y)) : cv::Point(mean(x), mean(y));
+    add(-at(i - half));
+  }
+  return means;
+}
 
 void make_contour_mean_fast(kel::BitMask& mask, MKOSmoothLevel level) {
   kel::Contours contours;

@@ -5,6 +5,7 @@
 #include <opencv2/imgproc.hpp>
 #include <utility>
 
+#include "outline/smoothing.h"
 #include "reference/outline.h"
 #include "support/samples.h"
 
@@ -119,6 +120,20 @@ TEST_F(Outline, AsByHandWhereNothingCanBeSmoothed) {
   for (int i = 0; i < 1500 * 1000; ++i) comb.row(0)[i] = i < 1500 || i % 2 == 0 ? 255 : 0;
   const MKOutlineMode mode{MK_OMODE_STROKE, 2, 0, MK_OSMOOTH_5, 0, nullptr, 127};
   EXPECT_TRUE(expand(comb, mode) == as_written::outlines(comb, mode));
+}
+
+// Far coordinates and wide windows: the sums have more digits than single precision holds, or wrap.
+TEST_F(Outline, MovingMeanIsThatOfABlur) {
+  for (int round = 0; round < 2000 && !HasFailure(); ++round) {
+    kel::Contour contour(static_cast<size_t>(random_.range(1, round % 50 == 0 ? 30000 : 500)));
+    const int reach = 1 << random_.range(1, 20);
+    for (cv::Point& point : contour) point = {random_.range(0, reach), random_.range(0, reach)};
+    const int window = random_.range(1, round % 50 == 0 ? 10000 : 100) | 1;
+    kel::Contour expected;
+    cv::blur(contour, expected, cv::Size(window, 1), cv::Point(-1, -1), cv::BORDER_REFLECT_101);
+    EXPECT_TRUE(outline::moving_mean(contour, window) == expected)
+        << contour.size() << " points within " << reach << ", window " << window;
+  }
 }
 
 TEST_F(Outline, RefusedCallsEmptyTheRecord) {
