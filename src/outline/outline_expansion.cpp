@@ -10,7 +10,7 @@
 #include "outline/polygons.h"
 #include "outline/result.h"
 #include "outline/smoothing.h"
-#include "outline/snap_to_edges.h"
+#include "outline/snap_to_border.h"
 
 namespace outline {
 
@@ -66,7 +66,7 @@ uint32_t outline_expansion(const kel::imageprocess::Plane& gray, const MKOutline
     result->contour_count = 0;
     return MVK_NOT_FOUND;
   }
-  snap_to_edges(contours, {shapes.width(), shapes.height()});
+  snap_to_border(contours, {shapes.width(), shapes.height()});
   switch_mode_draw(shapes, contours, hierarchy, mode);
   return get_contours_outline(shapes, result, mode);
 }

@@ -5,7 +5,7 @@
 #include "core/contours/trace_contours.h"
 #include "outline/main_contours.h"
 #include "outline/polygons.h"
-#include "outline/snap_to_edges.h"
+#include "outline/snap_to_border.h"
 
 namespace outline {
 namespace {
@@ -53,7 +53,7 @@ uint32_t get_contours_outline(const kel::BitMask& mask, MKGetOutline* result,
     return MVK_NOT_FOUND;
   }
   if (mode->approx_poly != 0) use_approxPolyDP(contours);
-  snap_to_edges(contours, {mask.width(), mask.height()});
+  snap_to_border(contours, {mask.width(), mask.height()});
   std::set<int32_t> main;
   get_max_hierarchy_index(main, contours, hierarchy);
 

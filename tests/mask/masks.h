@@ -42,6 +42,15 @@ inline TestImage make_mask(Kind kind, int width, int height, uint64_t seed = 1) 
   return image;
 }
 
+// One of the usual shapes, or taller than most kernels, or wider than a block of columns.
+inline TestImage random_mask(Kind kind, Random& random) {
+  std::vector<Shape> shapes = kShapes;
+  shapes.insert(shapes.end(), {{131, 67}, {70, 250}, {2200, 30}});
+  const int last = static_cast<int>(shapes.size()) - 1;
+  const auto [width, height] = shapes[static_cast<size_t>(random.range(0, last))];
+  return make_mask(kind, width, height, random.next());
+}
+
 // `call(dst)` fills a destination with the bytes of `expected`, packed, and writes no others.
 template <typename Call>
 void expect_result(const cv::Mat& expected, const std::string& what, Call call) {

@@ -1,35 +1,9 @@
-// mvk_fill_area_up against the drawing call, mvk_get_mask_roi against a plain loop.
+// mvk_get_mask_roi against a plain loop.
 #include "mask/masks.h"
 
 namespace {
 
 using test::TestImage;
-
-// Corners near the image, and in half of the polygons some far away: in any column, and in rows
-// whose distance fits the 32 bits of the judge.
-TEST(FillArea, RandomPolygons) {
-  constexpr int32_t kFarRows[] = {-70000, 70000, INT32_MAX - 70000};
-  constexpr int32_t kFarColumns[] = {INT32_MIN, -70000, INT32_MAX};
-  test::Random random(5);
-  for (const auto& [width, height] : test::kShapes) {
-    for (uint32_t draw = 0; draw < 60; ++draw) {
-      std::vector<TPOINT> points(draw % 12);
-      std::vector<cv::Point> same;
-      for (TPOINT& p : points) {
-        p = {random.range(-9, width + 9), random.range(-9, height + 9)};
-        const int far = draw % 2 == 0 ? 9 : random.range(0, 9);
-        if (far < 3) p.x = kFarColumns[far];
-        if (far == 3) p.x = static_cast<int32_t>(random.next());
-        if (far == 4) p.y = kFarRows[random.range(0, 2)];
-        same.emplace_back(p.x, p.y);
-      }
-      points.emplace_back();  // for a count of 0
-      test::expect_result(
-          as_written::fill_area(width, height, same), std::to_string(same.size()) + " points",
-          [&](auto* dst) { return mvk_fill_area_up(dst, draw % 12, points.data()); });
-    }
-  }
-}
 
 void expect_roi(const TestImage& image, uint32_t level) {
   cv::Rect2i edges = as_written::box(image, level);

@@ -1,4 +1,4 @@
-#include "outline/snap_to_edges.h"
+#include "outline/snap_to_border.h"
 
 namespace outline {
 namespace {
@@ -14,7 +14,7 @@ int snap(int value, int size) {
 
 }  // namespace
 
-void snap_to_edges(kel::Contours& contours, cv::Size size) {
+void snap_to_border(kel::Contours& contours, cv::Size size) {
   for (kel::Contour& contour : contours) {
     for (cv::Point& point : contour) {
       point.x = snap(point.x, size.width);

@@ -1,17 +1,10 @@
-// mvk_mask_morph, mvk_smooth and mvk_make_up_holes against the OpenCV calls that define them.
+// mvk_smooth against the OpenCV calls that define it.
 #include "mask/masks.h"
-#include "mask/morph_runs.h"
-#include "support/samples.h"
 
 namespace {
 
 using test::Kind;
 using test::TestImage;
-
-void expect_morph(const TestImage& src, int amount) {
-  test::expect_filtered(src, as_written::morph(as_written::block(src), amount), amount,
-                        [&](auto* dst, auto* from) { return mvk_mask_morph(dst, from, amount); });
-}
 
 void expect_smooth(const TestImage& src, int ksize, MKBlur type, uint32_t p1 = 0, uint32_t p2 = 0) {
   const cv::Mat expected = as_written::blur(as_written::block(src), {}, ksize, type, p1, p2);
@@ -20,62 +13,11 @@ void expect_smooth(const TestImage& src, int ksize, MKBlur type, uint32_t p1 = 0
   });
 }
 
-void expect_filled(const TestImage& src, int level) {
-  const cv::Mat expected = as_written::fill_holes(as_written::block(src), level);
-  test::expect_filtered(src, expected, level, [&](auto* dst, auto* from) {
-    return mvk_make_up_holes(dst, from, static_cast<uint32_t>(level));
-  });
-}
-
-// One of the usual shapes, or taller than most kernels, or wider than a block of columns.
-TestImage random_mask(Kind kind, test::Random& random) {
-  std::vector<test::Shape> shapes = test::kShapes;
-  shapes.insert(shapes.end(), {{131, 67}, {70, 250}, {2200, 30}});
-  const int last = static_cast<int>(shapes.size()) - 1;
-  const auto [width, height] = shapes[static_cast<size_t>(random.range(0, last))];
-  return test::make_mask(kind, width, height, random.next());
-}
-
-TEST(Morph, EveryAmountAndKind) {
-  test::Random random(1);
-  for (int amount = -200; amount <= 200; ++amount) {
-    for (const Kind kind : test::kKinds) {
-      if (amount != 0) expect_morph(random_mask(kind, random), amount);
-    }
-  }
-}
-
-// Small kernels go by runs on images that are too wide for OpenCV; here on small ones.
-void expect_runs(const cv::Mat& src, int amount) {
-  const int side = std::abs(amount) + 1;
-  const cv::Mat kernel = cv::getStructuringElement(cv::MORPH_ELLIPSE, cv::Size(side, side));
-  const cv::Mat expected = as_written::morph(src, amount);
-  const auto call = [&](const QX_OFFSCREEN* dst) {
-    cv::Mat to(src.size(), CV_8UC1, dst->plane[0]);
-    kel::mask::morph_runs(src, to, kernel, amount > 0);
-    return MVK_OK;
-  };
-  const std::string what = "amount " + std::to_string(amount);
-  test::on_every_target([&] { test::expect_result(expected, what, call); });
-}
-
-TEST(Morph, RunsOfSmallKernels) {
-  for (const auto& [width, height] : test::kShapes) {
-    for (const Kind kind : test::kKinds) {
-      const cv::Mat src = as_written::block(test::make_mask(kind, width, height, 8));
-      for (int amount = 1; amount <= 6; ++amount) {
-        expect_runs(src, amount);
-        expect_runs(src, -amount);
-      }
-    }
-  }
-}
-
 TEST(Smooth, MedianOfEveryKernelAndKind) {
   test::Random random(2);
   for (int ksize = 1; ksize < 200; ksize += 2) {
     for (const Kind kind : test::kKinds) {
-      expect_smooth(random_mask(kind, random), ksize, MKBlur::Median);
+      expect_smooth(test::random_mask(kind, random), ksize, MKBlur::Median);
       expect_smooth(test::make_mask(kind, 64 + ksize % 11, ksize + 21), ksize, MKBlur::Median);
     }
   }
@@ -159,35 +101,6 @@ TEST(Smooth, RowsTooLongForOpenCv) {
   const TestImage before = dst.clone();
   EXPECT_EQ(mvk_smooth(src.get(), dst.get(), 199, MKBlur::Bilateral, 0, 3, 3), MVK_OK);
   EXPECT_TRUE(dst == before);
-}
-
-TEST(Holes, EveryKindAndShapeAndSamples) {
-  std::vector<test::Shape> shapes = test::kShapes;
-  shapes.insert(shapes.end(), 9, {90, 70});
-  for (const int level : {0, 1, 60, 127, 200, 254}) {
-    for (const Kind kind : test::kKinds) {
-      uint64_t seed = 1;
-      for (const auto& [width, height] : shapes) {
-        expect_filled(test::make_mask(kind, width, height, ++seed), level);
-      }
-    }
-    expect_filled(test::sample_mask("photographer_mask_256x256.png"), level);
-    expect_filled(test::sample_mask("collins_mask_256x256.png"), level);
-  }
-}
-
-// Above 2^23 the largest area loses its fraction in single precision, and the hole of a thin ring,
-// equally large, replaces it: then only the level of holes is filled, and other shapes keep theirs.
-TEST(Holes, AreasBeyondSinglePrecision) {
-  for (const int side : {2897, 2898, 4098, 4110}) {
-    const TestImage frame = test::make_mask(Kind::Empty, side, side);
-    cv::Mat m(side, side, CV_8UC1, frame.descriptor().plane[0]);
-    const int half = side / 2;
-    const std::vector<cv::Point> ring{{half, 0}, {side - 1, half}, {half, side - 1}, {0, half}};
-    cv::polylines(m, ring, true, cv::Scalar(255));
-    cv::circle(m, cv::Point(60, 60), 40, cv::Scalar(255), 3);
-    expect_filled(frame, 127);
-  }
 }
 
 }  // namespace

@@ -5,6 +5,6 @@
 namespace outline {
 
 // Moves points that lie within two pixels of the border of an image onto it.
-void snap_to_edges(kel::Contours& contours, cv::Size size);
+void snap_to_border(kel::Contours& contours, cv::Size size);
 
 }  // namespace outline
