@@ -47,6 +47,19 @@ bool shows(const Scene& s, const cv::Mat& wanted) {
   return s.code == MVK_OK && cv::norm(block(s.dst[0]), wanted, cv::NORM_INF) == 0;
 }
 
+// A slope with a little noise.
+void paint_slope(cv::Mat pixels, Choice& choice) {
+  cv::RNG(choice.next()).fill(pixels, cv::RNG::UNIFORM, 0, 9);
+  const int across = choice.pick(-3, 3);
+  const int down = choice.pick(-3, 3);
+  for (int y = 0; y < pixels.rows; ++y) {
+    for (int x = 0; x < pixels.cols; ++x) {
+      uint8_t& value = pixels.at<uint8_t>(y, x);
+      value = static_cast<uint8_t>(value + std::abs(across * x + down * y) / 3);
+    }
+  }
+}
+
 // One function per operation adds the images, the other arguments, the call and its judge.
 
 void set_copy(Scene& s) {
@@ -407,12 +420,16 @@ void Scene::add(std::vector<QX_OFFSCREEN>& images, uint32_t format, int w, int h
   }
 }
 
-// Noise, or flat shapes as in masks; a known byte in the padding.
+// Noise, slopes with a little noise as in photographs, or flat shapes as in masks; a known byte in
+// the padding.
 void Scene::paint(cv::Mat pixels, Plane& plane) {
   if (pixels.empty()) return;
   std::memset(plane.data, padding_of(plane), plane.size);
-  if (choice.pick(0, 2) == 0) {
+  const int kind = choice.pick(0, 3);
+  if (kind == 0) {
     cv::RNG(choice.next()).fill(pixels, cv::RNG::UNIFORM, 0, 256);
+  } else if (kind == 1) {
+    paint_slope(pixels, choice);
   } else {
     pixels.setTo(0);
     for (int shapes = choice.pick(0, 6); shapes > 0; --shapes) {
