@@ -6,9 +6,11 @@
  * mvk_outline_create() and mvk_outline_destroy(). Calls with distinct destinations may run at the
  * same time; a destination must not overlap a source unless the function says so.
  *
- * The library starts no threads of its own. OpenCV may split the work on images of more than 2^16
- * pixels over its thread pool; cv::setNumThreads(1) keeps every call on the calling thread. Results
- * do not depend on the number of threads.
+ * The library starts no threads of its own. Work on images of more than 2^16 pixels may be split
+ * over OpenCV's thread pool; cv::setNumThreads(1) keeps every call on the calling thread. Results
+ * do not depend on the number of threads. A process that is forked while another thread is inside
+ * such a call inherits the pool without its threads and may hang in it: fork before the first call,
+ * turn the pool off, or call exec() in the child.
  *
  * Conventions used below
  *
@@ -380,7 +382,8 @@ MVK_API void mvk_outline_destroy(void* handle, MKGetOutline* result);
  *
  * An existing file is replaced; count < 1 leaves it empty. A null path, or null points with
  * count >= 1, give MVK_BAD_ARGUMENT. Anything else gives MVK_OK, even if the file cannot be opened
- * or written.
+ * or written. Folders and devices are treated like files that cannot be opened; FIFOs and terminals
+ * work, and a FIFO waits for its other end, as in any program.
  */
 MVK_API uint32_t mvk_write_landmarks(const void* points, int count, const char* path, int is_float,
                                      int dims, char separator);
@@ -388,8 +391,9 @@ MVK_API uint32_t mvk_write_landmarks(const void* points, int count, const char* 
 /*
  * Reads at most count points from a file as mvk_write_landmarks() writes it. Points without a line
  * in the file keep their values; so do all points if the file cannot be opened (result MVK_OK).
- * Missing fields and fields without a number are 0; text after a number is ignored. Integers keep
- * their lowest 32 bits, floats too large become infinite. Codes as for writing.
+ * Missing fields and fields without a number are 0; text after a number is ignored, and so is what
+ * follows the first MiB of a line. Integers keep their lowest 32 bits, floats too large become
+ * infinite. Codes and kinds of files as for writing.
  */
 MVK_API uint32_t mvk_read_landmarks(void* points, int count, const char* path, int is_float,
                                     int dims, char separator);

@@ -1,5 +1,6 @@
 // mvk_write_landmarks and mvk_read_landmarks, and the splitting of lines.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <climits>
 #include <clocale>
@@ -9,6 +10,7 @@
 #include <iterator>
 #include <locale>
 #include <sstream>
+#include <thread>
 
 #include "core/split.h"
 #include "support/test_image.h"
@@ -59,6 +61,29 @@ TEST(LandmarkFile, HoldsTheseBytesAndValues) {
                        3, ',', 9, {7, 7, -12, 0, 1, 1, 3, -1, INT_MAX, -7});
   expect_read<int32_t>("1,2\n3,4\n", 0, '\n', 1, {1, 0, -7});
   expect_read<int32_t>("1,2\n3,4\n", 2, ',', INT_MIN, {-7});
+}
+
+// The 1 and 2 are within the first MiB, 34 is cut in two, and 5 and 6 are on the next line.
+TEST(LandmarkFile, ReadsTheFirstMebibyteOfALine) {
+  const std::string blanks((1 << 20) - 5, ' ');
+  const std::string line = "1,2," + blanks;
+  expect_read<int32_t>(line + "34\n5,6\n", 2, ',', 3, {1, 2, 5, 6, -7});
+  expect_read<int32_t>(line + "34,7\n5,6,8\n", 3, ',', 3, {1, 2, 3, 5, 6, 8, -7});
+  expect_read<int32_t>(std::string(10'000'000, ',') + "9\n5,6\n", 2, ',', 3, {0, 0, 5, 6, -7});
+}
+
+TEST(LandmarkFile, FifosAreFilesAndDevicesAreNot) {
+  std::filesystem::remove(kPath);
+  ASSERT_EQ(mkfifo(kPath, 0600), 0);
+  int32_t values[2]{7, 7};
+  std::thread writer([] { std::ofstream(kPath) << "1,2\n"; });
+  EXPECT_EQ(mvk_read_landmarks(values, 1, kPath, 0, 2, ','), MVK_OK);
+  writer.join();
+  EXPECT_EQ(values[0] + values[1], 3);
+  EXPECT_EQ(mvk_read_landmarks(values, 1, "/dev/zero", 0, 2, ','), MVK_OK);
+  EXPECT_EQ(mvk_write_landmarks(values, 1, "/dev/full", 0, 2, ','), MVK_OK);
+  EXPECT_EQ(values[0] + values[1], 3);
+  std::filesystem::remove(kPath);
 }
 
 // A host whose locale has decimal commas, in C++ and, where installed, in C.
