@@ -1,11 +1,17 @@
 #!/usr/bin/env bash
-# Builds the fuzz targets and runs each from its kept inputs (fuzz/corpus). What a run finds anew
-# stays in out/fuzz; findings are written there and end the script with an error.
-# Usage: scripts/fuzz.sh [seconds for each target, 60 by default] [target...]
+# Builds the fuzz targets and runs them side by side on the processor's cores, each from its kept inputs
+# (fuzz/corpus) and those that earlier runs found (out/fuzz), where findings are written, too; these
+# end the script with an error.
+# Usage: scripts/fuzz.sh [--write] [seconds for each target, 60 by default] [target...]
+#        scripts/fuzz.sh --minimise   replaces the kept inputs by fewer that reach as much
+# --write brings the table in docs/reliability.md up to date: executions with the sources as they
+# are, those of earlier runs included.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/lib.sh
-install_packages "${build_packages[@]}" clang-19 libclang-rt-19-dev
+install_packages "${build_packages[@]}" clang-19 libclang-rt-19-dev git
+action=run
+case ${1:-} in --write | --minimise) action=${1#--} && shift ;; esac
 seconds=${1:-60}
 shift || true
 [[ -d /dev/shm ]] && export TMPDIR=/dev/shm  # landmark files
@@ -14,11 +20,41 @@ targets=("$@")
 ((${#targets[@]})) || targets=($(sed -n 's/.*morvik_fuzz_\([a-z]*\)\.dir.*/\1/p' \
   build/fuzz/compile_commands.json | sort -u))
 cmake --build --preset fuzz --target "${targets[@]/#/morvik_fuzz_}"
-for target in "${targets[@]}"; do
-  mkdir -p "out/fuzz/$target" "fuzz/corpus/$target"
+# Executions count for the sources that they were made with.
+sources=$(git ls-files -- src fuzz tests/robust tools/pictures | xargs cat | sha1sum | cut -c -12)
+
+minimise() {
+  local target=$1
+  rm -rf "out/fuzz/$target.merged" && mkdir -p "out/fuzz/$target.merged"
+  build/fuzz/fuzz/morvik_fuzz_"$target" -merge=1 -max_len=2048 "out/fuzz/$target.merged" \
+    "out/fuzz/$target" "fuzz/corpus/$target" >"out/fuzz/$target.log" 2>&1
+  rm -rf "fuzz/corpus/$target" && cp -r "out/fuzz/$target.merged" "fuzz/corpus/$target"
+  echo "$target: $(ls "fuzz/corpus/$target" | wc -l) inputs"
+}
+
+run() {
+  local target=$1 count counts=out/fuzz/$1.$sources.executions
   build/fuzz/fuzz/morvik_fuzz_"$target" -max_total_time="$seconds" -timeout=25 -rss_limit_mb=4096 \
     -max_len=2048 -print_final_stats=1 -artifact_prefix="out/fuzz/$target-" \
     "out/fuzz/$target" "fuzz/corpus/$target" >"out/fuzz/$target.log" 2>&1 ||
-    { tail -n 60 "out/fuzz/$target.log"; exit 1; }
-  echo "$target: $(sed -n 's/^stat::number_of_executed_units: *//p' "out/fuzz/$target.log") executions"
+    { tail -n 60 "out/fuzz/$target.log"; return 1; }
+  count=$(sed -n 's/^stat::number_of_executed_units: *//p' "out/fuzz/$target.log")
+  echo $(($(cat "$counts" 2>/dev/null || echo 0) + count)) >"$counts"
+  echo "$target: $count executions, $(sed -n 's/^stat::average_exec_per_sec: *//p' \
+    "out/fuzz/$target.log") a second, $(<"$counts") with these sources"
+}
+
+export -f run minimise
+export seconds sources
+for target in "${targets[@]}"; do mkdir -p "out/fuzz/$target" "fuzz/corpus/$target"; done
+if [[ $action == minimise ]]; then
+  printf '%s\n' "${targets[@]}" | xargs -P "$(nproc)" -I{} bash -euc 'minimise {}'
+  exit
+fi
+printf '%s\n' "${targets[@]}" | xargs -P "$(nproc)" -I{} bash -euc 'run {}'
+[[ $action == write ]] || exit 0
+for target in "${targets[@]}"; do
+  count=$(sed ':a;s/\B[0-9]\{3\}\>/,&/;ta' "out/fuzz/$target.$sources.executions")
+  speed=$(sed -n 's/^stat::average_exec_per_sec: *//p' "out/fuzz/$target.log")
+  sed -i "s/^| $target |.*/| $target | $count | $speed |/" docs/reliability.md
 done
