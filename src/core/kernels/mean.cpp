@@ -220,7 +220,7 @@ class PartMeans {
  private:
   template <bool kMixed>
   HWY_INLINE void two_pixels(Sum (&windows)[kStep], int64_t x) const {
-    const Words d;
+    [[maybe_unused]] const Words d;
     HWY_UNROLL(3)
     for (int pair = 0; pair < kStep; ++pair) {
       const V even = next<kMixed>(windows[2 * pair % kStep], x + 2 * pair);
