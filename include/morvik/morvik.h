@@ -141,7 +141,8 @@ MVK_API uint32_t mvk_copy(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src);
 
 /*
  * Converts src to the format of dst; the formats must differ. Rows by pitch. dst must have the size
- * of src. The sizes are not compared: RGB24 <- NV12 / NV21, for one, writes the size of src.
+ * of src. The sizes are not compared: RGB24 <- NV12 / NV21 writes the size of src, all others
+ * that of dst.
  *
  *   to \ from   RGB24   ARGB   ABGR   GRAY   NV12   NV21
  *   RGB24         .      yes    -      yes    yes    yes
@@ -197,8 +198,8 @@ MVK_API uint32_t mvk_rotate(const QX_OFFSCREEN* dst, const QX_OFFSCREEN* src, in
  *   dst    GRAY, as large as guide; receives the smooth mask
  *   mask   GRAY, at most 520 x 520, smaller than guide in both directions
  *   guide  RGB24, the photograph
- *   mode   1 snaps the edges of the mask, each in its row, to the strongest colour edge of guide
- *          within 7 working pixels to the left and right; any other value does not
+ *   mode   1 snaps the edges of the mask, each in its row, to the strongest step in brightness
+ *          of guide within 7 working pixels to the left and right; any other value does not
  *   limit  working size in pixels. If the larger side of dst exceeds it, the mask is binarised
  *          (255 above 250, 0 elsewhere), enlarged by the integer factor nearest to limit / larger
  *          side of mask, smoothed by a median of 25 and scaled to dst. Otherwise the mask is scaled
@@ -359,8 +360,8 @@ MVK_API void* mvk_outline_create(void);
  * below 1 give MVK_BAD_ARGUMENT, as do values in mode outside the ranges above, which are checked
  * first.
  *
- * The outlines of the previous call in result are released first. (If handle or result is null,
- * nothing is touched.) After any code but MVK_OK the record holds no outlines.
+ * The outlines of the previous call in result are released first. If handle or result is null,
+ * nothing is touched; after any other failure the record holds no outlines.
  */
 MVK_API uint32_t mvk_outline_expansion(void* handle, const QX_OFFSCREEN* image,
                                        const MKOutlineMode* mode, MKGetOutline* result);

@@ -117,7 +117,7 @@ inline void check_size(Format format, Size size) {
 
 class Image;
 
-// Pixels in memory of somebody else's, to be read. Copies of it see the same pixels.
+// Pixels in memory owned by someone else, to be read. Copies of it see the same pixels.
 class ConstView {
  public:
   // One plane; pitch 0 means packed rows. Two planes: the chroma has the rounded-up half size.
@@ -170,7 +170,7 @@ class ConstView {
   }
 };
 
-// Pixels in memory of somebody else's, to be written.
+// Pixels in memory owned by someone else, to be written.
 class View : public ConstView {
  public:
   View(Format format, Size size, uint8_t* pixels, int pitch = 0)
@@ -360,7 +360,7 @@ inline Image rotate(const ConstView& src, int degrees) {
 }
 
 struct SmoothOptions {
-  bool snap = false;     // move edges to colour edges of the photograph
+  bool snap = false;     // move edges to steps in brightness of the photograph
   uint32_t limit = 640;  // working size in pixels
 };
 

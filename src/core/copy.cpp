@@ -7,7 +7,8 @@ namespace kel::imageprocess {
 namespace {
 
 void copy_single_plane(Plane dst, Plane src) {
-  // Row lengths are compared modulo 2^32; if they agree only so, the shorter one is copied.
+  // Row lengths are compared modulo 2^32; if they agree only modulo 2^32, the
+  // shorter one is copied.
   if (static_cast<uint32_t>(dst.row_bytes) == static_cast<uint32_t>(src.row_bytes)) {
     dst.row_bytes = src.row_bytes = std::min(dst.row_bytes, src.row_bytes);
   }

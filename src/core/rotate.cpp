@@ -17,7 +17,7 @@ constexpr double kEpsilon = 2.220446049250313e-16;
 
 bool is_zero(double value) { return std::abs(value) <= std::abs(value) * kEpsilon; }
 
-// The whole part of angle modulo 360, with the sign of angle + 360.
+// The whole part of angle modulo 360, from -359 to 359, with the sign of angle + 360.
 int64_t whole_angle(double angle) { return (int64_t{saturate_to_int32(angle)} + 360) % 360; }
 
 // Length of the side between two corners, in whole pixels; squares wrap at 32 bits.

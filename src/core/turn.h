@@ -8,9 +8,9 @@
 
 namespace kel::imageprocess {
 
-// Turns src by the whole part of angle, in degrees clockwise. Nothing is written unless dst has the
-// turned size. Other angles than right ones go to gray_rotate_any() for gray, which alone uses
-// centre, and do nothing for the other formats.
+// Turns src by the whole part of angle, in degrees clockwise. Nothing is written by a right angle
+// unless dst has the turned size. Other angles than right ones go to gray_rotate_any() for gray,
+// which alone uses centre, and do nothing for the other formats.
 //
 // Rows of RGB24 and ARGB are addressed by pitch; those of GRAY, NV12 and NV21 count as packed,
 // except for 0 and 360 degrees.

@@ -59,7 +59,7 @@ def smooth_mask(
     photo  H x W x 3, BGR, uint8
     mask   h x w, uint8, at most 520 x 520, smaller than the photograph in both directions; it
            covers the whole photograph
-    snap   moves edges along their rows to the strongest colour edge near by
+    snap   moves edges along their rows to the strongest step in brightness near by
     limit  working size in pixels: larger is finer and slower. Below the photograph's larger side
            only mask pixels above 250 count as inside; from there on the mask is enlarged as it is,
            without snapping

@@ -44,14 +44,14 @@ int weight_near_ends(int weight, int64_t before, int64_t after) {
   return (begin[at] >> 8) & 0x1FF;
 }
 
-// Towards 255, twice.
+// Blends a pixel towards 255 twice, as OpenCV does.
 void blend(uint8_t& pixel, int weight) {
   int value = pixel;
   for (int i = 0; i < 2; ++i) value += ((255 - value) * weight + 127) >> 8;
   pixel = static_cast<uint8_t>(value);
 }
 
-// Three pixels across for each one along the longer side, with one more of these at the end.
+// Three pixels across at each step along the longer axis, and one step beyond the end.
 void draw_soft_line(cv::Mat& image, cv::Point from, cv::Point to) {
   const bool is_flat = std::abs(to.x - from.x) > std::abs(to.y - from.y);
   const auto turned = [&](cv::Point p) { return is_flat ? p : cv::Point(p.y, p.x); };

@@ -6,7 +6,7 @@
 
 namespace kel {
 
-// A line one pixel wide: those of cv::line with 8-connected steps, wherever its ends are.
+// A line one pixel wide: the pixels of cv::line with 8-connected steps, wherever its ends are.
 void draw_line(BitMask& mask, cv::Point from, cv::Point to);
 
 }  // namespace kel

@@ -20,7 +20,7 @@ class PolygonFiller {
 
   // Draws the boundary of a polygon; its inside follows with the next fill().
   void add(const Contour& polygon);
-  // Without the boundary, but for pixels that it passes exactly.
+  // Without the boundary, except pixels whose centre it hits.
   void add_inside(const Contour& polygon);
   // Fills what the polygons added since the last time enclose an odd number of times.
   void fill();
@@ -32,7 +32,7 @@ class PolygonFiller {
   void fill_row(int32_t row);
 
   BitMask& mask_;
-  BitMask turns_;  // pixels from which on, in their row, inside is outside; all 0 between fillings
+  BitMask turns_;  // pixels at which, going right, inside and outside swap; 0 between fillings
   // Rows and words with such pixels.
   int32_t first_row_ = INT32_MAX;
   int32_t last_row_ = -1;

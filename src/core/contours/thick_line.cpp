@@ -33,7 +33,7 @@ void set_if_inside(BitMask& mask, int64_t x, int64_t y) {
   if (mask.contains(x, y)) mask.set(static_cast<int>(x), static_cast<int>(y));
 }
 
-// The pixels of a side, of which `kept` at each end are enough.
+// Draws the first and last `kept` pixels of a side; those between are not needed.
 void draw_side(BitMask& mask, Point64 from, Point64 to, int64_t kept) {
   if (!clip_line(mask.width() * kOne, mask.height() * kOne, from, to)) return;
   const bool is_flat = std::abs(to.x - from.x) > std::abs(to.y - from.y);
@@ -111,8 +111,8 @@ void visit_slopes(const Corners& corners, int64_t height, Visit visit) {
   }
 }
 
-// How far from the line pixels begin that may be more than `radius` away from both ends: all that
-// are nearer than a rounding error of three pixels are not.
+// The distance from the line below which every pixel certainly lies within `radius` of an end,
+// three pixels of rounding included.
 double covered_reach(double length, int radius) {
   const double near = radius - 3.0;
   const double square = near * near - length * length / 4.0;

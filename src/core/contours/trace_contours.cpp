@@ -103,7 +103,7 @@ void Tracer::find_borders() {
   }
 }
 
-// An outer border beside an outer border, or a hole beside a hole: they are siblings.
+// Two neighbouring borders of one kind are siblings; otherwise the left one is the parent.
 void Tracer::add_border(int32_t first) {
   const auto index = static_cast<int32_t>(borders_.size());
   const int32_t before = summit(first).before;
@@ -118,7 +118,7 @@ void Tracer::add_border(int32_t first) {
 }
 
 // An outer border begins with the left flank of its first summit, a hole with the right end of the
-// run that is left of its.
+// run to the left of its first summit.
 void Tracer::follow(int32_t first, int32_t border) {
   const bool is_hole = !summit(first).of_shape;
   const Stretch* top = summits_.stretches(is_hole ? summit(first).right : summit(first).left);

@@ -138,8 +138,8 @@ class SmallSum {
 };
 
 // Larger sums, as whole numbers in single precision. Words become floats as the low bits of 2^23
-// and more; the order of lanes is the one that ReorderDemote2To undoes. Up to kernel 163 it has
-// been tried for all sums that fused operations give the same means.
+// and more; the order of lanes is the one that ReorderDemote2To undoes. Up to kernel
+// 163 all sums have been tried: fused operations give the same means.
 template <bool kFused>
 class LargeSum {
  public:

@@ -5,7 +5,8 @@
 
 namespace kel::imageprocess {
 
-// A run of the structuring element's rows: its extremes are those of two entries of table `level`.
+// A run of set pixels in rows of the structuring element; its extreme is that of two overlapping
+// entries of table `level`.
 struct KernelRun {
   int32_t level;   // extremes over 2^level pixels
   int32_t first;   // where the run starts, counted from the left end of the padded row

@@ -77,7 +77,7 @@ def _add_options(command: argparse.ArgumentParser, name: str) -> None:
         command.add_argument(option, type=type, default=default, help=help, **more)
 
     if name in ("sticker", "smooth-mask"):
-        command.add_argument("--snap", action="store_true", help="move edges to colour edges of the photograph")
+        command.add_argument("--snap", action="store_true", help="move edges to steps in brightness of the photograph")
         add("--limit", int, None, "working size in pixels; else a quarter of the larger side, at least "
             + ("512" if name == "sticker" else "640"))
     if name == "sticker":
