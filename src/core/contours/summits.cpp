@@ -1,14 +1,19 @@
 #include "core/contours/summits.h"
 
 #include <algorithm>
-#include <bit>
 #include <limits>
 #include <new>
 
 namespace kel {
 
+// Where a row is as the one above every flank goes on.
 Summits::Summits(const BitMask& mask) {
+  constexpr size_t kUsual = 256;
+  stretches_.reserve(4 * kUsual);
+  summits_.reserve(kUsual / 4);
+  for (std::vector<Run>* const runs : {&above_, &here_}) runs->reserve(kUsual / 4);
   for (int y = 0; y < mask.height(); ++y) {
+    if (y > 0 && std::equal(mask.row(y), mask.row(y) + mask.row_words(), mask.row(y - 1))) continue;
     here_.clear();
     mask.for_each_run(
         y, [&](int32_t begin, int32_t end) { here_.push_back({begin, end, kNone, kNone}); });
@@ -91,7 +96,7 @@ void Summits::meet(const Run& left, const Run& right, int32_t y) {
 
 // A flank goes on in another column. Its stretches move when they have filled a power of two.
 void Summits::turn(Flank& flank, int32_t column, int32_t y) {
-  if (std::has_single_bit(flank.count)) {
+  if ((flank.count & (flank.count - 1)) == 0) {
     const size_t to = stretches_.size();
     if (to + 2 * size_t{flank.count} > std::numeric_limits<uint32_t>::max()) throw std::bad_alloc();
     stretches_.resize(to + 2 * size_t{flank.count});

@@ -22,7 +22,7 @@ constexpr std::array<Step, 8> kSteps{
 // The points of a border in the order of its steps: all of them, or those where it turns.
 class Path {
  public:
-  explicit Path(bool keeps_all) : keeps_all_(keeps_all) {}
+  explicit Path(bool keeps_all) : keeps_all_(keeps_all) { points_.reserve(1024); }
 
   void start(cv::Point at) {
     points_.clear();

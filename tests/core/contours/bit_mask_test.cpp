@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "core/kernels/bits_of_row.h"
+#include "core/kernels/grow_rows.h"
 #include "support/targets.h"
 #include "support/test_image.h"
 
@@ -29,6 +30,35 @@ TEST(BitsOfRow, AsThePlainLoopsOnEveryTarget) {
     });
     bytes_of_bits_plain(bytes.row(0), bits.data(), width);
     ASSERT_TRUE(bytes == expected_bytes) << width;
+  }
+}
+
+TEST(GrowRows, AsThePlainLoopOnEveryTarget) {
+  test::Random random(2);
+  for (int64_t words = 1; words < 20; ++words) {
+    std::vector<uint64_t> from(66), expected(from), to(from), others(from);
+    for (auto* const row : {&from, &others}) {
+      for (uint64_t& word : *row)
+        word =
+            (uint64_t{random.next()} << 32 | random.next()) & uint64_t{random.next()} * 0x100000001;
+    }
+    const std::vector<const uint64_t*> a{others.data(), &others[7], &others[40]};
+    const std::vector<const uint64_t*> b{&others[20], &others[3], &others[21]};
+    const WordRows rows{1, 1 + words, 22, 3};
+    grow_rows_plain(expected.data(), from.data(), rows, a.data(), b.data());
+    for (int x = 1; x + 1 < words * 64; ++x) {
+      const auto is_set = [&](const uint64_t* row, int at) {
+        return row[1 + at / 64] >> at % 64 & 1;
+      };
+      const bool is_grown =
+          is_set(&from[22], x - 1) || is_set(&from[22], x) || is_set(&from[22], x + 1);
+      ASSERT_EQ(is_set(&expected[22], x), is_grown || is_set(a[1], x) || is_set(b[1], x)) << x;
+    }
+    test::on_every_target([&] {
+      std::fill(to.begin(), to.end(), 0);
+      grow_rows(to.data(), from.data(), rows, a.data(), b.data());
+      ASSERT_EQ(to, expected) << words;
+    });
   }
 }
 

@@ -59,6 +59,23 @@ TEST(StrokeContours, EveryWidth) {
   });
 }
 
+// Any number of discs in a row, and long and short sides among them.
+TEST(StrokeContours, FewAndManyPoints) {
+  test::Random random(8);
+  for (int round = 0; round < 300; ++round) {
+    const cv::Size size(random.range(1, 400), random.range(1, 200));
+    const int radius = random.range(1, round % 10 == 0 ? 300 : 30);
+    Contours contours(static_cast<size_t>(random.range(1, round % 2 == 0 ? 20 : 2000)));
+    for (kel::Contour& contour : contours) contour = random_contour(random, size, 1);
+    for (size_t i = 0; i < contours.size(); ++i) contours[i].resize(i % 3 == 0 ? 3 : 1);
+    cv::Mat expected = cv::Mat::zeros(size, CV_8UC1);
+    cv::drawContours(expected, contours, -1, cv::Scalar(255), 2 * radius, 0);
+    BitMask mask(size.width, size.height);
+    kel::stroke_contours(mask, contours, radius);
+    expect_pixels(mask, expected, "radius " + std::to_string(radius));
+  }
+}
+
 // Points beyond the mask, and contours inside or across one another.
 TEST(FillContours, OneByOneAndTogether) {
   with_random_contours(10000, [](cv::Size size, Contours contours, test::Random& random) {
