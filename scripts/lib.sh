@@ -13,6 +13,8 @@ check_packages=(clang-19 libclang-rt-19-dev clang-format-19 clang-tidy-19 abigai
 python_packages=(python3 python3-numpy python3-pil python3-distributed python3-fsspec python3-pytest
   python3-hypothesis mypy)
 
+wasm_packages=(cmake ninja-build emscripten nodejs brotli libeigen3-dev dpkg-dev)
+
 # Installs the packages that are missing; needs root (or sudo) only when there are any.
 install_packages() {
   local missing=() package sudo=()
