@@ -1,7 +1,6 @@
 #include "robust/scene.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
@@ -245,7 +244,8 @@ void set_files(Scene& s) {
   std::vector<int32_t> numbers(static_cast<size_t>(count * dims));
   for (int32_t& number : numbers) {
     number = static_cast<int32_t>(s.choice.next() >> s.choice.pick(0, 31));
-    if (is_float) number = std::bit_cast<int32_t>(static_cast<float>(number) * 0.37F);
+    const float fraction = static_cast<float>(number) * 0.37F;
+    if (is_float) std::memcpy(&number, &fraction, sizeof number);
   }
   s.set_values(numbers);
   s.set_results(numbers.size());
