@@ -347,11 +347,13 @@ MVK_API void* mvk_outline_create(void);
 /*
  * Binarises image (above mode->threshold), grows its shapes and returns the outlines of the result,
  * outer borders and holes. The grown shapes are painted over the binarised image, so shapes never
- * shrink; all modes but STROKE, and any smoothing, also fill holes.
+ * shrink; all modes but STROKE, and any smoothing, also fill holes (except where two hulls of
+ * mode 2 overlap).
  *
  * The main shapes are the one with the largest area and its siblings on one side: the later ones,
  * or the earlier ones if it is the last. Only main shapes are moved by modes 3 to 8 and smoothed; a
- * shape without area (a dot, a line) is moved only if center is given. Outlines of main shapes are
+ * shape without area (a dot, a line) is moved only if center is given, and modes 3 to 5 leave a
+ * shape where it is if a point of its outline lies on the centre. Outlines of main shapes are
  * returned in the opposite direction to the others. Points within two pixels of the edge of the
  * image are moved onto it.
  *
@@ -393,8 +395,8 @@ MVK_API uint32_t mvk_write_landmarks(const void* points, int count, const char* 
  * Reads at most count points from a file as mvk_write_landmarks() writes it. Points without a line
  * in the file keep their values; so do all points if the file cannot be opened (result MVK_OK).
  * Missing fields and fields without a number are 0; text after a number is ignored, and so is what
- * follows the first MiB of a line. Integers keep their lowest 32 bits, floats too large become
- * infinite. Codes and kinds of files as for writing.
+ * follows the first MiB of a line. Integers saturate to a long, of which the lowest 32 bits are
+ * kept; floats too large become infinite. Codes and kinds of files as for writing.
  */
 MVK_API uint32_t mvk_read_landmarks(void* points, int count, const char* path, int is_float,
                                     int dims, char separator);
