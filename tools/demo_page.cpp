@@ -35,6 +35,16 @@ figure { margin: 0; background: var(--card); border: 1px solid var(--line); bord
 .frame img { max-width: 100%; max-height: 100%; display: block; }
 .clear { background: repeating-conic-gradient(var(--check) 0 25%, var(--code) 0 50%) 0 0 / 20px 20px; }
 .detail img { width: 100%; height: 100%; object-fit: cover; transform: scale(3); }
+.pair { display: grid; grid-template: 100% / 100%; }
+.part { grid-area: 1 / 1; width: 100%; height: 100%; overflow: hidden; display: flex; align-items: center; justify-content: center; clip-path: inset(0 calc(100% - var(--at, 50%)) 0 0); }
+.part + .part { clip-path: inset(0 0 0 var(--at, 50%)); }
+.wide { grid-column: span 2; }
+.wide .frame { aspect-ratio: auto; }
+.wide .detail { aspect-ratio: 16 / 9; }
+.pixels img { max-width: none; max-height: none; flex: none; }
+.slide { display: block; padding: .5rem .8rem 0; color: var(--soft); font-size: .85rem; }
+.slide input { width: 100%; accent-color: #7c3aed; }
+@media (max-width: 640px) { .wide { grid-column: auto; } }
 figcaption { padding: .6rem .8rem .8rem; }
 figcaption b { font-weight: 600; }
 .time { color: var(--soft); font-size: .85rem; display: block; font-variant-numeric: tabular-nums; }
@@ -44,6 +54,19 @@ code span { display: inline-block; max-width: 100%; overflow-wrap: anywhere; }
 </head>
 <body>
 <main>
+)html";
+
+// Each slider moves the edge between its two pictures.
+constexpr std::string_view kEnd = R"html(</main>
+<script>
+for (const slider of document.querySelectorAll('.slide input')) {
+  const show = () => slider.closest('figure').style.setProperty('--at', slider.value + '%');
+  slider.addEventListener('input', show);
+  show();
+}
+</script>
+</body>
+</html>
 )html";
 
 std::string escaped(std::string_view text) {
@@ -104,16 +127,39 @@ std::string anchor_of(const Section& section) {
   return anchor;
 }
 
-std::string figure_html(const Figure& figure) {
-  const Bytes picture = read_file(figure.picture);
+std::string image_html(const Figure& figure, const std::string& file, const std::string& text) {
+  const Bytes picture = read_file(file);
   std::ostringstream html;
-  html << "<figure><div class=\"frame" << (figure.transparent ? " clear" : "")
-       << (figure.detail ? " detail" : "") << "\"><img alt=\"" << escaped(figure.caption) << '"';
+  html << "<img alt=\"" << escaped(text) << '"';
   if (figure.detail) {
-    html << " style=\"transform-origin: " << figure.detail_x << "% " << figure.detail_y << "%\"";
+    for (const char* property : {" style=\"object-position: ", "; transform-origin: "}) {
+      html << property << figure.detail_x << "% " << figure.detail_y << '%';
+    }
+    html << '"';
   }
   html << " src=\"data:image/" << (is_png(picture) ? "png" : "jpeg") << ";base64,"
-       << base64(picture) << "\"></div><figcaption><b>" << escaped(figure.caption) << "</b>";
+       << base64(picture) << "\">";
+  return html.str();
+}
+
+std::string figure_html(const Figure& figure) {
+  const bool pair = !figure.before.empty();
+  std::ostringstream html;
+  html << "<figure" << (pair ? " class=\"wide\"" : "") << "><div class=\"frame"
+       << (figure.transparent ? " clear" : "") << (figure.detail ? " detail" : "")
+       << (figure.full_size ? " pixels" : "") << (pair ? " pair" : "") << "\">";
+  if (pair) {
+    html << "<div class=\"part\">" << image_html(figure, figure.before, "Before")
+         << "</div><div class=\"part\">" << image_html(figure, figure.picture, "After") << "</div>";
+  } else {
+    html << image_html(figure, figure.picture, figure.caption);
+  }
+  html << "</div>";
+  if (pair) {
+    html << "<label class=\"slide\">Before | after<input type=\"range\" min=\"0\" max=\"100\" "
+            "value=\"50\"></label>";
+  }
+  html << "<figcaption><b>" << escaped(figure.caption) << "</b>";
   if (!figure.time.empty()) html << "<span class=\"time\">" << escaped(figure.time) << "</span>";
   if (!figure.command.empty()) html << command_html(figure.command);
   html << "</figcaption></figure>\n";
@@ -124,11 +170,10 @@ std::string figure_html(const Figure& figure) {
 
 std::string demo_page(const std::vector<Section>& sections) {
   std::string html(kHead);
-  html +=
-      "<h1>Morvik demo</h1>\n<p>" + escaped(qxMorvik_version()) +
-      ". Every picture without a command is an input. Times are those of the library's calls "
-      "alone on the machine that made this page, the fastest of three runs; reading and writing "
-      "files is left out.</p>\n<nav>";
+  html += "<h1>Morvik demo</h1>\n<p>" + escaped(qxMorvik_version()) +
+          ". Every picture without a command is an input. Times are those of the machine that made "
+          "this page, the fastest of three runs: of the whole way from file to file, then of the "
+          "library's calls in it.</p>\n<nav>";
   for (const Section& section : sections) {
     html += "<a href=\"#" + anchor_of(section) + "\">" + escaped(section.title) + "</a> ";
   }
@@ -141,7 +186,7 @@ std::string demo_page(const std::vector<Section>& sections) {
     for (const Figure& figure : section.figures) html += figure_html(figure);
     html += "</div>\n";
   }
-  return html + "</main>\n</body>\n</html>\n";
+  return html + std::string(kEnd);
 }
 
 }  // namespace tool

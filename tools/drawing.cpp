@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace tool {
 namespace {
@@ -15,6 +16,14 @@ double distance_to_segment(Point p, Point a, Point b) {
 }
 
 }  // namespace
+
+double distance_to(const Polyline& line, Point point) {
+  double nearest = std::numeric_limits<double>::infinity();
+  for (size_t i = 1; i < line.size(); ++i) {
+    nearest = std::min(nearest, distance_to_segment(point, line[i - 1], line[i]));
+  }
+  return nearest;
+}
 
 Point scaled(Point point, Size from, Size to) {
   return {(point.x + 0.5) * to.width / from.width - 0.5,

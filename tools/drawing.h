@@ -14,6 +14,8 @@ struct Point {
 };
 using Polyline = std::vector<Point>;
 
+double distance_to(const Polyline& line, Point point);
+
 // The same place in a picture of another size that shows the same scene.
 Point scaled(Point point, Size from, Size to);
 

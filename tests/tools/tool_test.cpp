@@ -280,7 +280,7 @@ TEST_F(Tool, ColoursAreForTerminalsThatWantThem) {
 }
 
 TEST_F(Tool, DemoIsOneFile) {
-  expect_done("demo");
+  expect_done("demo --quick");
   const std::string page = text_of("out/demo/index.html");
   EXPECT_EQ(page.find("http"), std::string::npos);
   EXPECT_FALSE(std::regex_search(page, std::regex(" src=\"(?!data:image/)")));
