@@ -27,6 +27,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -205,8 +206,8 @@ class Image {
   uint8_t* data() { return pixels_.data(); }
   const uint8_t* data() const { return pixels_.data(); }
   size_t bytes() const { return pixels_.size(); }
-  uint8_t* row(int y, int plane = 0) { return view().row(y, plane); }
-  const uint8_t* row(int y, int plane = 0) const { return view().row(y, plane); }
+  uint8_t* row(int y, int plane = 0) { return data() + row_start(y, plane); }
+  const uint8_t* row(int y, int plane = 0) const { return data() + row_start(y, plane); }
 
   View view() { return {format_, size_, data(), 0, data() + plane_bytes(0), 0}; }
   ConstView view() const { return {format_, size_, data(), 0, data() + plane_bytes(0), 0}; }
@@ -215,6 +216,10 @@ class Image {
   size_t plane_bytes(int plane) const {
     return static_cast<size_t>(detail::row_bytes(format_, size_, plane)) *
            static_cast<size_t>(detail::row_count(size_, plane));
+  }
+  ptrdiff_t row_start(int y, int plane) const {
+    return static_cast<ptrdiff_t>(plane == 0 ? 0 : plane_bytes(0)) +
+           ptrdiff_t{y} * detail::row_bytes(format_, size_, plane);
   }
 
   Format format_;
@@ -283,6 +288,26 @@ inline ConstView even_part(const ConstView& image) {
 }
 
 }  // namespace detail
+
+// For wrong arguments without exceptions: what the call returns, and true where it returns nothing.
+// When it throws Error, error is std::errc::invalid_argument and the result empty, or false.
+//   std::error_code error;
+//   auto smooth = morvik::attempt(error, [&] { return morvik::smooth_mask(photo, mask); });
+template <class Call>
+auto attempt(std::error_code& error, Call&& call) {
+  using Result = std::invoke_result_t<Call>;
+  error.clear();
+  if constexpr (std::is_void_v<Result>) {
+    return attempt(error, [&] { return call(), true; }).value_or(false);
+  } else {
+    try {
+      return std::optional<Result>(std::in_place, call());
+    } catch (const Error&) {
+      error = std::make_error_code(std::errc::invalid_argument);
+      return std::optional<Result>();
+    }
+  }
+}
 
 inline const char* version() { return qxMorvik_version(); }
 

@@ -96,6 +96,8 @@ TEST(CppHeader, GivesTheBytesOfTheCFunctions) {
         ASSERT_EQ(operation.in_c(expected.view().record(), packed.view().record()), MVK_OK);
         const Image result = operation.in_cpp(src);
         ASSERT_TRUE(result.size() == expected.size());
+        const int last = src.planes() - 1;
+        EXPECT_EQ(result.row(1, last), result.view().row(1, last));
         EXPECT_EQ(std::memcmp(result.data(), expected.data(), expected.bytes()), 0)
             << operation.name << ' ' << test::format_name(format) << ' ' << shape.width << 'x'
             << shape.height;
@@ -147,6 +149,19 @@ TEST(CppHeader, ReadsAndWritesLandmarks) {
   std::remove(path.c_str());
   const std::vector<TPOINT> face(106, TPOINT{5, 5});
   EXPECT_EQ(morvik::forehead(face, {100, 100}).size(), 11u);
+}
+
+TEST(CppHeader, ReportsWithoutExceptions) {
+  const Image mask(Format::gray, {20, 10});
+  Image out(Format::gray, {20, 10});
+  std::error_code error;
+  EXPECT_EQ(morvik::attempt(error, [&] { return morvik::rotate(mask, 45); }), std::nullopt);
+  EXPECT_EQ(error, std::errc::invalid_argument);
+  EXPECT_EQ(morvik::attempt(error, [&] { return morvik::rotate(mask, 90); })->size().width, 10);
+  EXPECT_FALSE(error);
+  EXPECT_FALSE(morvik::attempt(error, [&] { morvik::rotate(out, mask, 90); }));
+  EXPECT_TRUE(error);
+  EXPECT_TRUE(morvik::attempt(error, [&] { morvik::rotate(out, mask, 180); }));
 }
 
 // What is wrong, and words of the sentence that says so.
