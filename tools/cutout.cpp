@@ -15,10 +15,10 @@ uint32_t edge_kernel(Size size) {
 
 Picture blurred(const Picture& mask, uint32_t kernel, Session& session) {
   Picture result(QX_FMT_GRAY, mask.size());
-  const QX_OFFSCREEN src = mask.view();
-  const QX_OFFSCREEN dst = result.view();
-  session.call("mvk_smooth",
-               [&] { return mvk_smooth(&src, &dst, kernel, MKBlur::Gaussian, 0, 0, 0); });
+  session.call("mvk_smooth", [&] {
+    return mvk_smooth(mask.view().record(), result.view().record(), kernel, MKBlur::Gaussian, 0, 0,
+                      0);
+  });
   return result;
 }
 
@@ -31,9 +31,9 @@ void fill(Picture& shape, Outline outline, Session& session) {
   const TPOINT start{left->x, top->y};
   Picture part(QX_FMT_GRAY, {right->x - left->x + 1, bottom->y - top->y + 1});
   for (TPOINT& point : outline) point = {point.x - start.x, point.y - start.y};
-  const QX_OFFSCREEN image = part.view();
   session.call("mvk_fill_area_up", [&] {
-    return mvk_fill_area_up(&image, static_cast<uint32_t>(outline.size()), outline.data());
+    return mvk_fill_area_up(part.view().record(), static_cast<uint32_t>(outline.size()),
+                            outline.data());
   });
   for (int y = 0; y < part.height(); ++y) {
     uint8_t* to = shape.row(y + start.y) + start.x;

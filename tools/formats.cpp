@@ -46,9 +46,8 @@ void mirror(Picture& picture) {
 
 Picture scaled(const Picture& source, Size size, uint32_t method, Session& session) {
   Picture result(source.format(), size);
-  const QX_OFFSCREEN dst = result.view();
-  const QX_OFFSCREEN src = source.view();
-  session.call("mvk_resize", [&] { return mvk_resize(&dst, &src, method); });
+  session.call("mvk_resize",
+               [&] { return mvk_resize(result.view().record(), source.view().record(), method); });
   return result;
 }
 
@@ -61,9 +60,8 @@ Picture to_format(Picture picture, uint32_t format, Session& session) {
                   format_name(format));
   }
   Picture converted(format, picture.size());
-  const QX_OFFSCREEN dst = converted.view();
-  const QX_OFFSCREEN src = picture.view();
-  session.call("mvk_convert", [&] { return mvk_convert(&dst, &src); });
+  session.call("mvk_convert",
+               [&] { return mvk_convert(converted.view().record(), picture.view().record()); });
   return converted;
 }
 
@@ -72,9 +70,8 @@ Picture rotated(const Picture& picture, int angle, Session& session) {
   const Picture even = cut_to_even(picture);
   const bool swap = angle % 180 != 0;
   Picture turned(even.format(), swap ? Size{even.height(), even.width()} : even.size());
-  const QX_OFFSCREEN dst = turned.view();
-  const QX_OFFSCREEN src = even.view();
-  session.call("mvk_rotate", [&] { return mvk_rotate(&dst, &src, angle); });
+  session.call("mvk_rotate",
+               [&] { return mvk_rotate(turned.view().record(), even.view().record(), angle); });
   return turned;
 }
 

@@ -22,9 +22,8 @@ class MaskFiles {
       const Picture mask = mask_.as_mask(std::move(image.pixels), its_session);
       check(mask, its_session);
       Picture result(QX_FMT_GRAY, mask.size());
-      const QX_OFFSCREEN dst = result.view();
-      const QX_OFFSCREEN src = mask.view();
-      its_session.call(function, [&] { return operation(&dst, &src); });
+      its_session.call(function,
+                       [&] { return operation(result.view().record(), mask.view().record()); });
       return Image{std::move(result), {}};
     };
     files_.run(work, session);

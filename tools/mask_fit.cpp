@@ -100,11 +100,9 @@ Picture SmoothOptions::smooth(const Picture& photo, const Picture& mask, Session
   const Picture coarse = reduced(mask, photo.size(), session);
   check_limit(photo.size(), coarse, session);
   Picture smooth(QX_FMT_GRAY, photo.size());
-  const QX_OFFSCREEN dst = smooth.view();
-  const QX_OFFSCREEN src = coarse.view();
-  const QX_OFFSCREEN guide = photo.view();
   session.call("mvk_make_mask_smooth", [&] {
-    return mvk_make_mask_smooth(&dst, &src, &guide, snap_ ? 1u : 0u, limit_for(photo.size()));
+    return mvk_make_mask_smooth(smooth.view().record(), coarse.view().record(),
+                                photo.view().record(), snap_ ? 1u : 0u, limit_for(photo.size()));
   });
   return smooth;
 }

@@ -28,10 +28,9 @@ void print(const MKRect& box, bool json) {
 void run_bbox(const BoxOptions& options, Session& session) {
   const Picture mask =
       options.mask.as_mask(options.read.read(options.input, session).pixels, session);
-  const QX_OFFSCREEN image = mask.view();
   MKRect box{};
   if (session.call("mvk_get_mask_roi", [&] {
-        return mvk_get_mask_roi(&image, &box, options.level);
+        return mvk_get_mask_roi(mask.view().record(), &box, options.level);
       }) == MVK_NOT_FOUND) {
     throw Failure("no pixel is " + std::to_string(options.level) + " or more" + advice_on(mask),
                   kNothingFound);

@@ -27,10 +27,8 @@ Picture blurred(const Picture& input, const BlurOptions& options, Session& sessi
   Picture result(input.format(), input.size());
   const MKBlur filter = kFilters.at(options.filter);
   const bool bilateral = filter == MKBlur::Bilateral;
-  const QX_OFFSCREEN src = input.view();
-  const QX_OFFSCREEN dst = result.view();
   session.call("mvk_smooth", [&] {
-    return mvk_smooth(&src, &dst, options.kernel, filter, 0,
+    return mvk_smooth(input.view().record(), result.view().record(), options.kernel, filter, 0,
                       bilateral ? options.sigma_color : options.sigma_x,
                       bilateral ? options.sigma_space : options.sigma_y);
   });

@@ -30,9 +30,9 @@ void add_fill_polygon(CLI::App& app, Session& session) {
     const std::vector<TPOINT> corners =
         options->file.empty() ? parse_points(options->points) : rounded(read_points(options->file));
     Picture mask(QX_FMT_GRAY, parse_size(options->size));
-    const QX_OFFSCREEN image = mask.view();
     session.call("mvk_fill_area_up", [&] {
-      return mvk_fill_area_up(&image, static_cast<uint32_t>(corners.size()), corners.data());
+      return mvk_fill_area_up(mask.view().record(), static_cast<uint32_t>(corners.size()),
+                              corners.data());
     });
     options->write.write(options->write.path(), {std::move(mask), {}}, session);
   });

@@ -34,10 +34,10 @@ uint16_t border_width(const StickerOptions& options, Size size) {
 // The part of a sticker that is not transparent.
 Picture cropped(const Picture& sticker, Session& session) {
   const Picture alpha = alpha_of(sticker);
-  const QX_OFFSCREEN image = alpha.view();
   MKRect box{};
-  if (session.call("mvk_get_mask_roi", [&] { return mvk_get_mask_roi(&image, &box, 1); }) ==
-      MVK_NOT_FOUND) {
+  if (session.call("mvk_get_mask_roi", [&] {
+        return mvk_get_mask_roi(alpha.view().record(), &box, 1);
+      }) == MVK_NOT_FOUND) {
     throw Failure("nothing of the sticker can be seen", kNothingFound);
   }
   Picture part(QX_FMT_ARGB, {static_cast<int>(box.right - box.left + 1),

@@ -81,16 +81,12 @@ uint8_t* Picture::row(int y, int plane) {
   return const_cast<uint8_t*>(static_cast<const Picture&>(*this).row(y, plane));
 }
 
-QX_OFFSCREEN Picture::view() const {
-  QX_OFFSCREEN image{};
-  image.format = format_;
-  image.width = size_.width;
-  image.height = size_.height;
-  for (int plane = 0; plane < planes_of(format_); ++plane) {
-    image.plane[plane] = const_cast<uint8_t*>(row(0, plane));
-    image.pitch[plane] = static_cast<int32_t>(row_bytes(plane));
-  }
-  return image;
+morvik::View Picture::view() {
+  return {static_cast<morvik::Format>(format_), {width(), height()}, row(0), 0, row(0, 1)};
+}
+
+morvik::ConstView Picture::view() const {
+  return {static_cast<morvik::Format>(format_), {width(), height()}, row(0), 0, row(0, 1)};
 }
 
 bool profile_fits(const Bytes& icc, uint32_t format) {

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "morvik/morvik.h"
+#include "morvik/morvik.hpp"
 
 namespace tool {
 
@@ -52,9 +52,9 @@ class Picture {
   const uint8_t* row(int y, int plane = 0) const;
   const Bytes& bytes() const { return bytes_; }  // plane 0, then plane 1
 
-  // What the library is given. It never writes to a source, so that a constant picture may lend its
-  // memory.
-  QX_OFFSCREEN view() const;
+  // What the library is given: view().record().
+  morvik::View view();
+  morvik::ConstView view() const;
 
  private:
   uint32_t format_;
