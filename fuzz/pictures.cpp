@@ -27,13 +27,13 @@ void read_raw(std::span<const uint8_t> data) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::span<const uint8_t> file(data, size);
+  tool::exif_orientation(file);
   try {
     if (tool::is_png(file) || tool::is_jpeg(file) || tool::is_webp(file)) {
       read_and_write(file);
     } else if (size > 6) {
       read_raw(file);
     }
-    tool::exif_orientation(file);
   } catch (const tool::Failure&) {
   }
   return 0;

@@ -23,10 +23,13 @@ cmake --build --preset fuzz --target "${targets[@]/#/morvik_fuzz_}"
 # Executions count for the sources that they were made with.
 sources=$(git ls-files -- src fuzz tests/robust tools/pictures | xargs cat | sha1sum | cut -c -12)
 
+# A JPEG's tables and a profile are longer than what the operations need.
+longest() { [[ $1 == pictures ]] && echo 4096 || echo 2048; }
+
 minimise() {
   local target=$1
   rm -rf "out/fuzz/$target.merged" && mkdir -p "out/fuzz/$target.merged"
-  build/fuzz/fuzz/morvik_fuzz_"$target" -merge=1 -max_len=2048 "out/fuzz/$target.merged" \
+  build/fuzz/fuzz/morvik_fuzz_"$target" -merge=1 -max_len="$(longest "$target")" "out/fuzz/$target.merged" \
     "out/fuzz/$target" "fuzz/corpus/$target" >"out/fuzz/$target.log" 2>&1
   rm -rf "fuzz/corpus/$target" && cp -r "out/fuzz/$target.merged" "fuzz/corpus/$target"
   echo "$target: $(ls "fuzz/corpus/$target" | wc -l) inputs"
@@ -35,7 +38,7 @@ minimise() {
 run() {
   local target=$1 count counts=out/fuzz/$1.$sources.executions
   build/fuzz/fuzz/morvik_fuzz_"$target" -max_total_time="$seconds" -timeout=25 -rss_limit_mb=4096 \
-    -max_len=2048 -print_final_stats=1 -artifact_prefix="out/fuzz/$target-" \
+    -max_len="$(longest "$target")" -print_final_stats=1 -artifact_prefix="out/fuzz/$target-" \
     "out/fuzz/$target" "fuzz/corpus/$target" >"out/fuzz/$target.log" 2>&1 ||
     { tail -n 60 "out/fuzz/$target.log"; return 1; }
   count=$(sed -n 's/^stat::number_of_executed_units: *//p' "out/fuzz/$target.log")
@@ -44,7 +47,7 @@ run() {
     "out/fuzz/$target.log") a second, $(<"$counts") with these sources"
 }
 
-export -f run minimise
+export -f run minimise longest
 export seconds sources
 for target in "${targets[@]}"; do mkdir -p "out/fuzz/$target" "fuzz/corpus/$target"; done
 if [[ $action == minimise ]]; then
