@@ -22,7 +22,12 @@ if [[ ${1:-} == --wheel ]]; then
   shift
   install_packages python3-build python3-hatchling python3-venv
   (cd bindings/python && rm -rf dist &&
-    $python -m build --wheel --no-isolation --skip-dependency-check >/dev/null)
+    $python -m build --sdist --wheel --no-isolation --skip-dependency-check >/dev/null)
+  # The source archive holds all that the library is built from.
+  tar -x -z -f bindings/python/dist/*.tar.gz -C "$DASK_TEMPORARY_DIRECTORY"
+  cmake -S "$DASK_TEMPORARY_DIRECTORY"/morvik-*/library -B "$DASK_TEMPORARY_DIRECTORY/library" -G Ninja \
+    -DCMAKE_BUILD_TYPE=Release -DMORVIK_BUILD_{TESTS,TOOLS,EXAMPLES}=OFF >/dev/null
+  ninja -C "$DASK_TEMPORARY_DIRECTORY/library" -n morvik >/dev/null
   # numpy and the test tools are Debian's; the package is the wheel's.
   $python -m venv --clear --system-site-packages build/venv
   build/venv/bin/pip install --quiet --no-index --no-deps bindings/python/dist/*.whl
