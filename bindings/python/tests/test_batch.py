@@ -80,6 +80,13 @@ def test_what_cannot_be_done_is_a_sentence(tmp_path, words, sentence):
     assert done.returncode == 2 and sentence in done.stderr and "Traceback" not in done.stderr
 
 
+def test_a_missing_package_is_a_sentence(tmp_path, monkeypatch):
+    (tmp_path / "fsspec.py").write_text("raise ImportError('not here')")
+    monkeypatch.setenv("PYTHONPATH", f"{tmp_path}{os.pathsep}{os.environ.get('PYTHONPATH', '')}")
+    done = batch("--help")
+    assert done.returncode == 1 and "python3-fsspec" in done.stderr and "Traceback" not in done.stderr
+
+
 def test_a_killed_worker_loses_nothing(tmp_path):
     """And the files are those of a plain loop."""
     masks = tmp_path / "masks"

@@ -13,10 +13,10 @@ import time
 from typing import Any, Iterator, TextIO
 
 from ..shapes import _MODES
-from .job import OPERATIONS, Job, exists, output_of, process
 
 try:
     from . import engine, pictures
+    from .job import OPERATIONS, Job, exists, output_of, process
 except ImportError as error:
     sys.exit(f"morvik.batch needs the Python packages distributed, fsspec and Pillow (Debian: "
              f"python3-distributed, python3-fsspec, python3-pil): {error}")
