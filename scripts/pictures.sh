@@ -14,7 +14,8 @@ trap 'rm -rf "$scratch"' EXIT
 "$morvik" resize out/demo/mask_coarse.png --to 256x300 -o "$to/coarse.png"
 "$morvik" resize out/demo/mask_smooth.png --to 256x300 -o "$to/smooth.png"
 "$morvik" sticker "$to/photo.jpg" "$to/smooth.png" --expand 6 --color '#ffd60a' -o "$to/sticker.png"
-"$morvik" resize out/demo/forehead_hopper.jpg --to 256x300 -o "$to/forehead.jpg"
+"$morvik" forehead samples/hopper_landmarks106.txt --overlay samples/hopper.jpg -o "$scratch/face.png"
+"$morvik" resize "$scratch/face.png" --to 256x300 -o "$to/forehead.jpg"
 
 # Sharp edges: rows taken as packed, the direction of turns, growing by even and odd amounts.
 "$morvik" convert "${frame[@]}" --format gray -o "$scratch/frame.gray"
