@@ -1,6 +1,7 @@
 #include "mask/fill_enclosed.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace kel::mask {
@@ -28,7 +29,8 @@ class Flood {
         is_waiting_(static_cast<size_t>(shapes.row_words() * shapes.height())) {}
 
   void spread_from_border();
-  BitMask unreached() const;
+  BitMask take_unreached();
+  bool can_fill_more_than(int64_t area);
   bool fills_more_than(int64_t area);
 
  private:
@@ -40,6 +42,18 @@ class Flood {
     int64_t bottom;
   };
   int64_t row_words() const { return shapes_.row_words(); }
+  Box joined(const Box& box, int64_t i) const {
+    const int64_t x = i % row_words();
+    const int64_t y = i / row_words();
+    return {std::min(box.left, x), std::min(box.top, y), std::max(box.right, x),
+            std::max(box.bottom, y)};
+  }
+  // With a border of one pixel, a word counting as all of its pixels.
+  static bool more_than(const Box& box, int64_t area) {
+    const int64_t width = (box.right - box.left + 1) * BitMask::kBits;
+    const int64_t height = box.bottom - box.top + 1;
+    return width > 0 && height > 0 && (width + 1) * (height + 1) > area;
+  }
   int64_t count() const { return static_cast<int64_t>(is_waiting_.size()); }
   uint64_t free(int64_t i) const { return ~shapes_.row(0)[i]; }
   uint64_t& reached(int64_t i) { return reached_.row(0)[i]; }
@@ -125,11 +139,9 @@ void Flood::wait(int64_t i) {
 void Flood::reach(int64_t i, uint64_t seeds) {
   const int64_t words = row_words();
   const int64_t x = i % words;
-  const int64_t y = i / words;
   const uint64_t added = fill_down(free(i), fill_up(free(i), seeds)) & ~reached(i);
   reached(i) |= added;
-  filled_ = {std::min(filled_.left, x), std::min(filled_.top, y), std::max(filled_.right, x),
-             std::max(filled_.bottom, y)};
+  filled_ = joined(filled_, i);
   if (i >= words && (missing(i - words) & added) != 0) wait(i - words);
   if (i + words < count() && (missing(i + words) & added) != 0) wait(i + words);
   if (x > 0 && (missing(i - 1) >> kLastBit & added & 1) != 0) wait(i - 1);
@@ -163,23 +175,30 @@ bool Flood::fills_more_than(int64_t area) {
       filled_ = {i % row_words(), i / row_words(), i % row_words(), i / row_words()};
       reach(i, missing(i) & (~missing(i) + 1));
       spread();
-      const int64_t width = (filled_.right - filled_.left + 1) * BitMask::kBits;
-      const int64_t height = filled_.bottom - filled_.top + 1;
-      if ((width + 1) * (height + 1) > area) return true;
+      if (more_than(filled_, area)) return true;
     }
   }
   return false;
 }
 
-BitMask Flood::unreached() const {
-  BitMask mask(shapes_.width(), shapes_.height());
-  for (int y = 0; y < mask.height(); ++y) {
-    uint64_t* const to = mask.row(y);
-    const uint64_t* const from = reached_.row(y);
-    for (int64_t i = 0; i < row_words(); ++i) to[i] = ~from[i];
-    to[row_words() - 1] &= mask.last_word();
+// Whether an area that is left can be so large: not if all that is left is within a smaller box.
+bool Flood::can_fill_more_than(int64_t area) {
+  if (int64_t{shapes_.width()} * shapes_.height() <= area) return false;
+  Box left{row_words(), shapes_.height(), 0, 0};
+  for (int64_t i = 0; i < count(); ++i) {
+    if (missing(i) != 0) left = joined(left, i);
   }
-  return mask;
+  return more_than(left, area);
+}
+
+// Leaves nothing behind.
+BitMask Flood::take_unreached() {
+  for (int y = 0; y < reached_.height(); ++y) {
+    uint64_t* const words = reached_.row(y);
+    for (int64_t i = 0; i < row_words(); ++i) words[i] = ~words[i];
+    words[row_words() - 1] &= reached_.last_word();
+  }
+  return std::move(reached_);
 }
 
 }  // namespace
@@ -187,10 +206,8 @@ BitMask Flood::unreached() const {
 BitMask fill_enclosed(const BitMask& shapes, int64_t large, bool& has_large_hole) {
   Flood flood(shapes);
   flood.spread_from_border();
-  BitMask filled = flood.unreached();
-  const bool can_be_large = int64_t{shapes.width()} * shapes.height() > large;
-  has_large_hole = can_be_large && flood.fills_more_than(large);
-  return filled;
+  has_large_hole = flood.can_fill_more_than(large) && Flood(flood).fills_more_than(large);
+  return flood.take_unreached();
 }
 
 }  // namespace kel::mask

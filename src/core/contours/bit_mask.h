@@ -6,23 +6,40 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <opencv2/core/mat.hpp>
+#include <utility>
 #include <vector>
 
 #include "core/pixel_region.h"
 
 namespace kel {
 
+// Memory that is written before it is read need not be zero.
+template <typename T>
+struct Uninitialised : std::allocator<T> {
+  template <typename U>
+  struct rebind {
+    using other = Uninitialised<U>;
+  };
+  template <typename U>
+  void construct(U* place) {
+    ::new (static_cast<void*>(place)) U;
+  }
+  template <typename U, typename... Values>
+  void construct(U* place, Values&&... values) {
+    ::new (static_cast<void*>(place)) U(std::forward<Values>(values)...);
+  }
+};
+
 class BitMask {
  public:
   static constexpr int kBits = 64;  // of a word
 
   // No pixel is set.
-  BitMask(int width, int height)
-      : width_(width),
-        height_(height),
-        row_words_((int64_t{width} + kBits - 1) / kBits),
-        words_(static_cast<size_t>(row_words_ * height)) {}
+  BitMask(int width, int height) : BitMask(width, height, words_of(width)) {
+    std::fill(words_.begin(), words_.end(), 0);
+  }
   // The pixels of a plane of gray bytes that are above `level`.
   BitMask(const imageprocess::Plane& gray, uint8_t level);
   BitMask(const cv::Mat& gray, uint8_t level);  // CV_8UC1
@@ -54,10 +71,18 @@ class BitMask {
   int64_t find_other(int y, int64_t begin, int64_t end, uint64_t value) const;
 
  private:
+  static int64_t words_of(int width) { return (int64_t{width} + kBits - 1) / kBits; }
+  // Not yet written.
+  BitMask(int width, int height, int64_t row_words)
+      : width_(width),
+        height_(height),
+        row_words_(row_words),
+        words_(static_cast<size_t>(row_words * height)) {}
+
   int width_;
   int height_;
   int64_t row_words_;
-  std::vector<uint64_t> words_;
+  std::vector<uint64_t, Uninitialised<uint64_t>> words_;
 };
 
 inline void BitMask::set_span(int y, int64_t begin, int64_t end) {
