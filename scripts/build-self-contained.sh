@@ -23,12 +23,12 @@ for argument in "$@"; do
   esac
 done
 install_packages "${build_packages[@]}" zlib1g-dev
-platform=() tool=
+platform=(-DCMAKE_POSITION_INDEPENDENT_CODE=ON) tool=
 if [[ $arch != "$(uname -m)" ]]; then
   [[ $arch == aarch64 ]] || { echo "there is no cross build for $arch" >&2; exit 2; }
   install_packages g++-aarch64-linux-gnu qemu-user
   unpack_arm64_root
-  platform=(--toolchain "$PWD/cmake/aarch64-linux-gnu.cmake" -DMORVIK_SYSROOT="$arm64_root")
+  platform+=(--toolchain "$PWD/cmake/aarch64-linux-gnu.cmake" -DMORVIK_SYSROOT="$arm64_root")
   tool=aarch64-linux-gnu-
 fi
 work=$PWD/build/self-contained

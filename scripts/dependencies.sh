@@ -31,7 +31,7 @@ build() {
   shift
   if ! { cmake -S "$sources/$name" -B "$out/$name" -G Ninja "${platform[@]}" "${launcher[@]}" \
     -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_INSTALL_LIBDIR=lib \
-    -DBUILD_SHARED_LIBS=OFF -DBUILD_TESTING=OFF -DCMAKE_POSITION_INDEPENDENT_CODE=ON \
+    -DBUILD_SHARED_LIBS=OFF -DBUILD_TESTING=OFF \
     -DCMAKE_C_FLAGS="$sections -fvisibility=hidden" \
     -DCMAKE_CXX_FLAGS="$sections -fvisibility=hidden -fvisibility-inlines-hidden" "$@" &&
     cmake --build "$out/$name" --target "${target:-all}"; } >"$out/log/$name" 2>&1; then
