@@ -24,8 +24,8 @@ const MODES = {
   "polar-center": 5, vector: 6, "hull-vector": 7, "vector-center": 8,
 };
 
-// Modules that wasm.js makes; nobody else's constructor calls work.
-let fresh;
+// What only load() has.
+const LOADED = Symbol("loaded");
 
 export class Morvik {
   #wasm;
@@ -34,15 +34,12 @@ export class Morvik {
     const { wasm, maxMemory } = settings("Morvik.load", options, { wasm: undefined, maxMemory: 2 ** 32 });
     whole(maxMemory, "maxMemory", 2 ** 25, 2 ** 32);
     const module = await compile(wasm);
-    const started = await Wasm.start(module, maxMemory);
-    fresh = started;
-    return new Morvik(module);
+    return new Morvik(LOADED, module, await Wasm.start(module, maxMemory));
   }
 
-  constructor(module) {
-    if (fresh === undefined) throw new TypeError("await Morvik.load() makes an instance");
-    this.#wasm = fresh;
-    fresh = undefined;
+  constructor(key, module, wasm) {
+    if (key !== LOADED) throw new TypeError("await Morvik.load() makes an instance");
+    this.#wasm = wasm;
     this.module = module;
     this.version = this.#wasm.run((call) => this.#wasm.text(call.run("qxMorvik_version")));
   }

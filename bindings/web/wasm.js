@@ -105,8 +105,8 @@ export class Wasm {
       return result;
     } catch (error) {
       this.#restore();
-      // C++ exceptions come as numbers, of which there is one kind only; the loader aborts for
-      // another kind of the same.
+      // A C++ exception comes as a number, and memory is the one reason for it; where none can be
+      // thrown, the loader aborts.
       throw typeof error === "number" || /^Aborted/.test(error?.message) ? outOfMemory(error) : error;
     } finally {
       this.#loader.stackRestore(stack);
