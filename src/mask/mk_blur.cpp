@@ -1,8 +1,6 @@
 #include "mask/mk_blur.h"
 
-#include <algorithm>
-#include <opencv2/imgproc.hpp>
-
+#include "mask/bilateral.h"
 #include "mask/caller_mat.h"
 #include "mask/gaussian.h"
 #include "mask/mean.h"
@@ -10,22 +8,6 @@
 #include "mask/opencv_limits.h"
 
 namespace kel::mask {
-namespace {
-
-constexpr int kMirrored = cv::BORDER_REFLECT_101;
-
-int64_t row_bytes(const cv::Mat& image) { return int64_t{image.cols} * image.channels(); }
-
-void bilateral(const cv::Mat& in, cv::Mat& out, int32_t ksize, double sigma_colour,
-               double sigma_space) {
-  // What has to fit are offsets from the centre of a window to its end.
-  const int64_t radius = std::max(ksize / 2, 1);
-  if (!fits_int((row_bytes(in) + 2 * radius * in.channels()) * (radius + 1))) return;
-  cv::bilateralFilter(in, out, ksize, sigma_colour, sigma_space, kMirrored);
-}
-
-}  // namespace
-
 uint32_t mk_blur(const KelPixelRegion& src, const KelPixelRegion& dst, uint32_t ksize, MKBlur type,
                  uint32_t param1, uint32_t param2) {
   if (ksize > 200 || ksize % 2 == 0) return MVK_BAD_ARGUMENT;

@@ -1,0 +1,375 @@
+#include "core/kernels/bilateral.h"
+
+#include <cmath>
+#include <cstring>
+
+#include "core/kernels/vector_targets.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "core/kernels/bilateral.cpp"
+#include <hwy/foreach_target.h>
+// After foreach_target.h
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace kel::imageprocess::HWY_NAMESPACE {
+
+#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128  // no vectors
+
+void bilateral(uint8_t* result, const uint8_t* middle, int64_t count, int channels,
+               BilateralOrder order, const BilateralTaps& taps, const BilateralRanges&) {
+  bilateral_plain(result, middle, count, channels, order, taps);
+}
+
+void split_pixels(const uint8_t* row, int64_t count, uint8_t* planes, int64_t plane) {
+  split_pixels_plain(row, count, planes, plane);
+}
+
+void find_ranges(const CellRanges& ranges) { find_ranges_plain(ranges); }
+
+#else
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Floats = hn::CappedTag<float, kBilateralPixels>;
+using Ints = hn::RebindToSigned<Floats>;
+using FewBytes = hn::Rebind<uint8_t, Floats>;
+using FloatVector = hn::Vec<Floats>;
+using IntVector = hn::Vec<Ints>;
+constexpr auto kLanes = static_cast<int64_t>(hn::MaxLanes(Floats()));
+
+template <int kChannels>
+struct Pixels {
+  IntVector channel[kChannels];
+
+  HWY_INLINE Pixels(const uint8_t* from, int64_t plane) {
+    HWY_UNROLL(3)
+    for (int c = 0; c < kChannels; ++c) {
+      channel[c] = hn::PromoteTo(Ints(), hn::LoadU(FewBytes(), from + c * plane));
+    }
+  }
+};
+
+// a * b + c, rounded once; a is a byte, so that its product with b is exact in double precision.
+HWY_INLINE FloatVector fused(FloatVector a, FloatVector b, FloatVector c) {
+#if HWY_NATIVE_FMA
+  return hn::MulAdd(a, b, c);
+#else
+  const hn::Repartition<double, Floats> d;
+  const hn::RebindToUnsigned<decltype(d)> d64;
+  const hn::Half<Floats> half;
+  const auto sum = [&](auto x, auto y, auto z) HWY_ATTR {
+    return hn::Add(hn::Mul(hn::PromoteTo(d, x), hn::PromoteTo(d, y)), hn::PromoteTo(d, z));
+  };
+  const auto low = sum(hn::LowerHalf(half, a), hn::LowerHalf(half, b), hn::LowerHalf(half, c));
+  const auto high = sum(hn::UpperHalf(half, a), hn::UpperHalf(half, b), hn::UpperHalf(half, c));
+  // Rounding twice goes wrong only from exactly between two floats. (Sums so small that these lie
+  // elsewhere are exact.)
+  const auto is_between = [&](auto v) HWY_ATTR {
+    const auto beyond = hn::And(hn::BitCast(d64, v), hn::Set(d64, (1U << 29) - 1));
+    return hn::Eq(beyond, hn::Set(d64, 1U << 28));
+  };
+  if (HWY_LIKELY(hn::AllFalse(d64, hn::Or(is_between(low), is_between(high))))) {
+    return hn::Combine(Floats(), hn::DemoteTo(half, high), hn::DemoteTo(half, low));
+  }
+  float factors[kLanes];
+  float others[kLanes];
+  float sums[kLanes];
+  hn::StoreU(a, Floats(), factors);
+  hn::StoreU(b, Floats(), others);
+  hn::StoreU(c, Floats(), sums);
+  for (int64_t i = 0; i < kLanes; ++i) sums[i] = std::fma(factors[i], others[i], sums[i]);
+  return hn::LoadU(Floats(), sums);
+#endif
+}
+
+// Weights of any difference.
+class AllColours {
+ public:
+  explicit HWY_INLINE AllColours(const float* weights) : weights_(weights) {}
+  HWY_INLINE FloatVector operator[](IntVector difference) const {
+    return hn::GatherIndex(Floats(), weights_, difference);
+  }
+
+ private:
+  const float* weights_;
+};
+
+#if HWY_TARGET <= HWY_AVX3
+// Weights of differences below kEnd, 32 or 64, which fit in registers.
+template <int kEnd>
+class NearColours {
+ public:
+  explicit HWY_INLINE NearColours(const float* weights) {
+    HWY_UNROLL(4)
+    for (int i = 0; i < kEnd / kLanes; ++i) weights_[i] = hn::LoadU(Floats(), weights + i * kLanes);
+  }
+  HWY_INLINE FloatVector operator[](IntVector difference) const {
+    const FloatVector low{lookup(weights_[0], difference, weights_[1])};
+    if constexpr (kEnd == 32) {
+      return low;
+    } else {
+      const FloatVector high{lookup(weights_[2], difference, weights_[3])};
+      const auto is_high = hn::TestBit(difference, hn::Set(Ints(), 32));
+      return hn::IfThenElse(hn::RebindMask(Floats(), is_high), high, low);
+    }
+  }
+
+ private:
+  // Only the lowest five bits count.
+  static HWY_INLINE FloatVector lookup(FloatVector low, IntVector at, FloatVector high) {
+    return FloatVector{_mm512_permutex2var_ps(low.raw, at.raw, high.raw)};
+  }
+
+  FloatVector weights_[kEnd / kLanes];
+};
+#endif
+
+template <int kChannels>
+struct Tap {
+  FloatVector weight;
+  FloatVector channel[kChannels];
+};
+
+template <int kChannels, class Colours>
+HWY_INLINE Tap<kChannels> weigh(const uint8_t* from, float place, const Pixels<kChannels>& middle,
+                                const Colours& colours, int64_t plane) {
+  const Floats d;
+  const Pixels<kChannels> pixels(from, plane);
+  auto difference = hn::Abs(hn::Sub(pixels.channel[0], middle.channel[0]));
+  HWY_UNROLL(2)
+  for (int c = 1; c < kChannels; ++c) {
+    difference = hn::Add(difference, hn::Abs(hn::Sub(pixels.channel[c], middle.channel[c])));
+  }
+  Tap<kChannels> tap;
+  tap.weight = hn::Mul(hn::Set(d, place), colours[difference]);
+  HWY_UNROLL(3)
+  for (int c = 0; c < kChannels; ++c) tap.channel[c] = hn::ConvertTo(d, pixels.channel[c]);
+  return tap;
+}
+
+template <int kChannels>
+struct Sums {
+  FloatVector weight = hn::Zero(Floats());
+  FloatVector channel[kChannels];
+
+  HWY_INLINE Sums() {
+    HWY_UNROLL(3)
+    for (int c = 0; c < kChannels; ++c) channel[c] = hn::Zero(Floats());
+  }
+
+  HWY_INLINE void add(const Tap<kChannels>& tap) {
+    weight = hn::Add(weight, tap.weight);
+    HWY_UNROLL(3)
+    for (int c = 0; c < kChannels; ++c) {
+      channel[c] = fused(tap.channel[c], tap.weight, channel[c]);
+    }
+  }
+
+  HWY_INLINE void add(const Tap<kChannels> (&taps)[4]) {
+    weight = hn::Add(weight, hn::Add(hn::Add(taps[0].weight, taps[2].weight),
+                                     hn::Add(taps[1].weight, taps[3].weight)));
+    HWY_UNROLL(3)
+    for (int c = 0; c < kChannels; ++c) {
+      const auto product = [&](int i)
+                               HWY_ATTR { return hn::Mul(taps[i].channel[c], taps[i].weight); };
+      channel[c] = hn::Add(
+          channel[c], hn::Add(hn::Add(product(0), product(2)), hn::Add(product(1), product(3))));
+    }
+  }
+};
+
+template <int kChannels>
+class Windows {
+ public:
+  HWY_INLINE Windows(const uint8_t* middle, const BilateralTaps& taps)
+      : middle_(middle), taps_(taps), end_(taps.ends[taps.rows - 1]), pixels_(middle, taps.plane) {}
+
+  template <class Colours>
+  HWY_INLINE Sums<kChannels> sum_in_turn(const Colours& colours) const {
+    Sums<kChannels> sums;
+    for (int32_t i = 0; i < end_; ++i) sums.add(tap(i, colours));
+    return sums;
+  }
+
+  HWY_INLINE Sums<kChannels> sum_by_fours() const {
+    const AllColours colours(taps_.colour);
+    Sums<kChannels> sums;
+    int32_t i = 0;
+    for (; i + 4 <= end_; i += 4) {
+      sums.add({tap(i, colours), tap(i + 1, colours), tap(i + 2, colours), tap(i + 3, colours)});
+    }
+    for (; i < end_; ++i) sums.add(tap(i, colours));
+    return sums;
+  }
+
+#if HWY_TARGET <= HWY_AVX3
+  // Where differences are small rows are summed with weights from registers.
+  HWY_INLINE Sums<kChannels> sum_near_rows(const BilateralRanges& ranges) const {
+    constexpr int kNear = 64;
+    if (*ranges.spread < kNear / 2) return sum_in_turn(NearColours<kNear / 2>(taps_.colour));
+    const NearColours<kNear> near_colours(taps_.colour);
+    if (*ranges.spread < kNear) return sum_in_turn(near_colours);
+    const AllColours all_colours(taps_.colour);
+    const int32_t least = hn::GetLane(hn::MinOfLanes(Ints(), pixels_.channel[0]));
+    const int32_t greatest = hn::GetLane(hn::MaxOfLanes(Ints(), pixels_.channel[0]));
+    Sums<kChannels> sums;
+    int32_t i = 0;
+    for (int64_t row = 0; row < taps_.rows; ++row) {
+      const int64_t at = row * ranges.pitch;
+      const int32_t row_end = taps_.ends[row];
+      if (ranges.greatest[at] - least < kNear && greatest - ranges.least[at] < kNear) {
+        for (; i < row_end; ++i) sums.add(tap(i, near_colours));
+      } else {
+        for (; i < row_end; ++i) sums.add(tap(i, all_colours));
+      }
+    }
+    return sums;
+  }
+#endif
+
+ private:
+  template <class Colours>
+  HWY_INLINE Tap<kChannels> tap(int32_t i, const Colours& colours) const {
+    return weigh<kChannels>(middle_ + taps_.offsets[i], taps_.weights[i], pixels_, colours,
+                            taps_.plane);
+  }
+
+  const uint8_t* const middle_;
+  const BilateralTaps taps_;
+  const int32_t end_;  // of all taps
+  const Pixels<kChannels> pixels_;
+};
+
+template <int kChannels>
+HWY_INLINE Sums<kChannels> sum_windows(const uint8_t* middle, BilateralOrder order,
+                                       const BilateralTaps& taps, const BilateralRanges& ranges) {
+  const Windows<kChannels> windows(middle, taps);
+  if (order == BilateralOrder::kByFours) return windows.sum_by_fours();
+#if HWY_TARGET <= HWY_AVX3
+  if (kChannels == 1) return windows.sum_near_rows(ranges);
+#else
+  static_cast<void>(ranges);
+#endif
+  return windows.sum_in_turn(AllColours(taps.colour));
+}
+
+HWY_INLINE void store_rounded(uint8_t* to, FloatVector value) {
+  hn::StoreU(hn::DemoteTo(FewBytes(), hn::NearestInt(value)), FewBytes(), to);
+}
+
+// Gray is divided, colours are multiplied with the reciprocal.
+template <int kChannels>
+HWY_INLINE void filter_pixels(uint8_t* result, const uint8_t* middle, BilateralOrder order,
+                              const BilateralTaps& taps, const BilateralRanges& ranges) {
+  uint8_t planes[3][kBilateralPixels];
+  for (int64_t x = 0; x < kBilateralPixels; x += kLanes) {
+    const Sums<kChannels> sums = sum_windows<kChannels>(middle + x, order, taps, ranges);
+    if constexpr (kChannels == 1) {
+      store_rounded(result + x, hn::Div(sums.channel[0], sums.weight));
+    } else {
+      const auto reciprocal = hn::Div(hn::Set(Floats(), 1.0F), sums.weight);
+      for (int c = 0; c < kChannels; ++c) {
+        store_rounded(planes[c] + x, hn::Mul(sums.channel[c], reciprocal));
+      }
+    }
+  }
+  if constexpr (kChannels == 3) {
+    const hn::FixedTag<uint8_t, kBilateralPixels> d;
+    hn::StoreInterleaved3(hn::LoadU(d, planes[0]), hn::LoadU(d, planes[1]), hn::LoadU(d, planes[2]),
+                          d, result);
+  }
+}
+
+template <int kChannels>
+HWY_INLINE void filter_run(uint8_t* result, const uint8_t* middle, int64_t count,
+                           BilateralOrder order, const BilateralTaps& taps,
+                           BilateralRanges ranges) {
+  int64_t x = 0;
+  for (; x + kBilateralPixels <= count; x += kBilateralPixels) {
+    filter_pixels<kChannels>(result + kChannels * x, middle + x, order, taps, ranges);
+    ++ranges.least;
+    ++ranges.greatest;
+    ++ranges.spread;
+  }
+  if (x == count) return;
+  uint8_t last[kChannels * kBilateralPixels];
+  filter_pixels<kChannels>(last, middle + x, order, taps, ranges);
+  std::memcpy(result + kChannels * x, last, static_cast<size_t>(kChannels * (count - x)));
+}
+
+void bilateral(uint8_t* result, const uint8_t* middle, int64_t count, int channels,
+               BilateralOrder order, const BilateralTaps& taps, const BilateralRanges& ranges) {
+  if (channels == 1) return filter_run<1>(result, middle, count, order, taps, ranges);
+  filter_run<3>(result, middle, count, order, taps, ranges);
+}
+
+void split_pixels(const uint8_t* row, int64_t count, uint8_t* planes, int64_t plane) {
+  const hn::FixedTag<uint8_t, 16> d;
+  int64_t x = 0;
+  for (; x + 16 <= count; x += 16) {
+    hn::Vec<decltype(d)> v0, v1, v2;
+    hn::LoadInterleaved3(d, row + 3 * x, v0, v1, v2);
+    hn::StoreU(v0, d, planes + x);
+    hn::StoreU(v1, d, planes + plane + x);
+    hn::StoreU(v2, d, planes + 2 * plane + x);
+  }
+  split_pixels_plain(row + 3 * x, count - x, planes + x, plane);
+}
+
+// Cells first, then doubling widths.
+void find_ranges(const CellRanges& ranges) {
+  const hn::CappedTag<uint8_t, kRangeSlack> d;
+  const hn::Repartition<uint16_t, decltype(d)> d16;
+  const hn::Repartition<uint32_t, decltype(d)> d32;
+  const hn::Rebind<uint8_t, decltype(d32)> of_cells;
+  const auto merge = [&](auto v, auto of_two) HWY_ATTR {
+    const auto pairs = of_two(v, hn::BitCast(d, hn::ShiftRight<8>(hn::BitCast(d16, v))));
+    const auto fours = of_two(pairs, hn::BitCast(d, hn::ShiftRight<16>(hn::BitCast(d32, pairs))));
+    return hn::TruncateTo(of_cells, hn::BitCast(d32, fours));
+  };
+  const auto less = [](auto a, auto b) HWY_ATTR { return hn::Min(a, b); };
+  const auto more = [](auto a, auto b) HWY_ATTR { return hn::Max(a, b); };
+  constexpr auto kBytes = static_cast<int64_t>(hn::MaxLanes(d));
+  for (int64_t x = 0; x < ranges.cells + ranges.width; x += kBytes / kCell) {
+    const auto bytes = hn::LoadU(d, ranges.row + kCell * x);
+    hn::StoreU(merge(bytes, less), of_cells, ranges.least + x);
+    hn::StoreU(merge(bytes, more), of_cells, ranges.greatest + x);
+  }
+  for (int32_t width = 1; width < ranges.width;) {
+    const int32_t added = HWY_MIN(width, ranges.width - width);
+    width += added;
+    for (int64_t x = 0; x < ranges.cells + ranges.width - width; x += kBytes) {
+      uint8_t* const least = ranges.least + x;
+      uint8_t* const greatest = ranges.greatest + x;
+      hn::StoreU(less(hn::LoadU(d, least), hn::LoadU(d, least + added)), d, least);
+      hn::StoreU(more(hn::LoadU(d, greatest), hn::LoadU(d, greatest + added)), d, greatest);
+    }
+  }
+}
+
+#endif
+
+}  // namespace kel::imageprocess::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace kel::imageprocess {
+
+HWY_EXPORT(bilateral);
+HWY_EXPORT(split_pixels);
+HWY_EXPORT(find_ranges);
+
+void bilateral(uint8_t* result, const uint8_t* middle, int64_t count, int channels,
+               BilateralOrder order, const BilateralTaps& taps, const BilateralRanges& ranges) {
+  HWY_DYNAMIC_DISPATCH(bilateral)(result, middle, count, channels, order, taps, ranges);
+}
+
+void split_pixels(const uint8_t* row, int64_t count, uint8_t* planes, int64_t plane) {
+  HWY_DYNAMIC_DISPATCH(split_pixels)(row, count, planes, plane);
+}
+
+void find_ranges(const CellRanges& ranges) { HWY_DYNAMIC_DISPATCH(find_ranges)(ranges); }
+
+}  // namespace kel::imageprocess
+#endif
