@@ -2,9 +2,12 @@
 #include <gtest/gtest.h>
 #include <libyuv.h>
 
+#include <algorithm>
+
 #include "core/convert.h"
 #include "core/format.h"
 #include "core/kernels/nv_from_colour.h"
+#include "support/judged_by_opencv.h"
 #include "support/targets.h"
 #include "support/test_image.h"
 
@@ -132,8 +135,10 @@ void expect_converted(uint32_t to, const TestImage& src) {
   for (const int less : {0, 3, 4}) expect_converted(to, src, 3, less);
 }
 
+class Convert : public test::JudgedByOpenCv {};
+
 // The last two shapes are large enough for the work to be divided.
-TEST(Convert, EveryPairShapeSizeAndPadding) {
+TEST_F(Convert, EveryPairShapeSizeAndPadding) {
   std::vector<test::Shape> shapes = test::kShapes;
   shapes.insert(shapes.end(), {{33003, 5}, {1101, 1003}});
   for (const uint32_t from : test::kFormats) {
@@ -149,7 +154,7 @@ TEST(Convert, EveryPairShapeSizeAndPadding) {
 }
 
 // As many rows and bytes as the destination has, each plane with its own pitch.
-TEST(Convert, TypedViewOfNv21ToGray) {
+TEST_F(Convert, TypedViewOfNv21ToGray) {
   using kel::imageprocess::PixelRegion_;
   const TestImage src(QX_FMT_NV21, 9, 7, 3);
   for (const auto& [width, height] : std::vector<test::Shape>{{8, 6}, {5, 6}, {8, 1}}) {

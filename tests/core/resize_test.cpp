@@ -10,6 +10,7 @@
 #include "core/kernels/resize_linear.h"
 #include "core/kernels/resize_nearest.h"
 #include "reference/resize.h"
+#include "support/judged_by_opencv.h"
 #include "support/targets.h"
 #include "support/test_image.h"
 
@@ -52,12 +53,7 @@ void expect_scaled(const TestImage& src, test::Shape to, uint32_t method) {
   });
 }
 
-class Resize : public testing::Test {
- protected:
-  void SetUp() override {
-    if (!as_written::kOpenCvIsJudge) GTEST_SKIP() << "stored digests judge instead";
-  }
-};
+class Resize : public test::JudgedByOpenCv {};
 
 TEST_F(Resize, EveryFormatMethodAndShape) {
   for (const uint32_t format : kScalable) {

@@ -1,13 +1,16 @@
 // mvk_fill_area_up against the drawing call that defines it.
 #include "mask/masks.h"
+#include "support/judged_by_opencv.h"
 
 namespace {
 
 using test::TestImage;
 
+class FillArea : public test::JudgedByOpenCv {};
+
 // Corners near the image, and in half of the polygons some far away: in any column, and in rows
 // whose distance fits the 32 bits of the judge.
-TEST(FillArea, RandomPolygons) {
+TEST_F(FillArea, RandomPolygons) {
   constexpr int32_t kFarRows[] = {-70000, 70000, INT32_MAX - 70000};
   constexpr int32_t kFarColumns[] = {INT32_MIN, -70000, INT32_MAX};
   test::Random random(5);

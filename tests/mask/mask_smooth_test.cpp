@@ -1,6 +1,7 @@
 // mvk_make_mask_smooth against its pipeline as written, and the steps of the edge refinement.
 #include "mask/make_edge_add.h"
 #include "mask/masks.h"
+#include "support/judged_by_opencv.h"
 #include "support/samples.h"
 
 namespace {
@@ -36,7 +37,10 @@ void expect_smooth_masks(const TestImage& mask, const cv::Mat& photo, cv::Size s
   }
 }
 
-TEST(MaskSmooth, Samples) {
+class MaskSmooth : public test::JudgedByOpenCv {};
+class EdgeRefinement : public test::JudgedByOpenCv {};
+
+TEST_F(MaskSmooth, Samples) {
   for (const std::string name : {"collins", "collins_tilted", "hopper"}) {
     const TestImage mask = test::sample_mask(name + "_mask_256x256.png");
     const cv::Mat photo = as_written::block(test::sample_photo(name + ".jpg"));
@@ -46,7 +50,7 @@ TEST(MaskSmooth, Samples) {
 }
 
 // Radii of half a width and less; the guide is in blocks of three columns, which are clear edges.
-TEST(EdgeRefinement, AsTheSlowTranscription) {
+TEST_F(EdgeRefinement, AsTheSlowTranscription) {
   for (const auto& [width, height] : test::kShapes) {
     TestImage guide(QX_FMT_RGB24, width, height);
     for (int i = 0; i < 3 * width * height; i += 18) {
@@ -67,7 +71,7 @@ TEST(EdgeRefinement, AsTheSlowTranscription) {
   }
 }
 
-TEST(EdgeRefinement, UnusableSizesLeaveTheMask) {
+TEST_F(EdgeRefinement, UnusableSizesLeaveTheMask) {
   for (const auto& [columns, radius] : {std::pair{5, 12U}, {6, 3U}, {6, 32U}}) {
     cv::Mat mask(4, 6, CV_8UC1, cv::Scalar(7));
     EXPECT_EQ(kel::mask::make_edge_add(mask, radius, cv::Mat(4, columns, CV_8UC3)), 7U);

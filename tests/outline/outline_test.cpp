@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "outline/smoothing.h"
+#include "reference/judge.h"
 #include "reference/outline.h"
 #include "support/samples.h"
 
@@ -83,6 +84,7 @@ class Outline : public testing::Test {
 // Boxes inside each other, overlapping or of equal size, each inverting the pixels it covers:
 // specks, rings, islands in holes, shapes at borders.
 TEST_F(Outline, AsByHandOnBoxes) {
+  if (!as_written::kOpenCvIsJudge) GTEST_SKIP() << "another OpenCV: the stored digests judge";
   for (int round = 0; round < 12000 && !HasFailure(); ++round) {
     TestImage image(QX_FMT_GRAY, random_.range(1, 12 + round % 140), random_.range(1, 150));
     image.fill(0);
@@ -107,6 +109,7 @@ TEST_F(Outline, AsByHandOnBoxes) {
 }
 
 TEST_F(Outline, AsByHandOnMasksOfPeople) {
+  if (!as_written::kOpenCvIsJudge) GTEST_SKIP() << "another OpenCV: the stored digests judge";
   for (const char* name : {"collins_mask_256x256.png", "hopper_frame_mask_256x144.png",
                            "photographer_mask_256x256.png"}) {
     const TestImage mask = test::sample_mask(name);

@@ -6,6 +6,7 @@
 
 #include "core/contours/fill_contours.h"
 #include "core/contours/stroke_contours.h"
+#include "support/judged_by_opencv.h"
 #include "support/test_image.h"
 
 namespace {
@@ -76,8 +77,10 @@ TEST(StrokeContours, FewAndManyPoints) {
   }
 }
 
+class FillContours : public test::JudgedByOpenCv {};
+
 // Points beyond the mask, and contours inside or across one another.
-TEST(FillContours, OneByOneAndTogether) {
+TEST_F(FillContours, OneByOneAndTogether) {
   with_random_contours(10000, [](cv::Size size, Contours contours, test::Random& random) {
     for (kel::Contour& contour : contours) {
       const int reach = random.range(0, 3) * 20;
@@ -100,7 +103,7 @@ TEST(FillContours, OneByOneAndTogether) {
 }
 
 // Too far for OpenCV's 32-bit row counts; the triangle covers the mask.
-TEST(FillContours, TheWholeRangeOfIntegers) {
+TEST_F(FillContours, TheWholeRangeOfIntegers) {
   BitMask mask(80, 50);
   kel::fill_contours(mask, {{{INT_MIN, INT_MIN}, {INT_MAX, INT_MIN}, {0, INT_MAX}}});
   expect_pixels(mask, cv::Mat(50, 80, CV_8UC1, cv::Scalar(255)), "all");
