@@ -188,7 +188,9 @@ void add_copy(Size size, uint32_t code, int padding) {
 
 void add_resize(Size size, uint32_t code, uint32_t method) {
   constexpr const char* kMethods[]{"nearest", "linear", "cubic", "area"};
-  const Pair pair = make_pair({size.width * 2 / 3, size.height * 2 / 3}, code, code);
+  const bool is_photo = size.width > 4000;
+  const Size to = is_photo ? Size{1920, 1440} : Size{size.width * 2 / 3, size.height * 2 / 3};
+  const Pair pair = make_pair(to, code, code);
   pair->src = TestImage(code, size.width, size.height);
   const std::string name = std::string("resize ") + kMethods[method] + ' ' + format(code);
   const auto scale = [=](int plane, int type) {
@@ -206,7 +208,24 @@ void add_resize(Size size, uint32_t code, uint32_t method) {
   });
 }
 
+// A coarse mask to a frame's size: a disk, so that most of it is flat.
+void add_enlargement() {
+  const auto mask = std::make_shared<TestImage>(QX_FMT_GRAY, 256, 256);
+  const auto frame = std::make_shared<TestImage>(QX_FMT_GRAY, 1920, 1080);
+  cv::Mat from = mat(*mask, 0, CV_8UC1);
+  from.setTo(0);
+  cv::circle(from, {128, 128}, 80, 255, cv::FILLED, cv::LINE_AA);
+  const Size size{1920, 1080};
+  bench::add("resize linear mask", size, "morvik",
+             [=] { mvk_resize(frame->get(), mask->get(), MVK_RESIZE_LINEAR); });
+  bench::add("resize linear mask", size, "cv::resize", [=] {
+    cv::Mat result = mat(*frame, 0, CV_8UC1);
+    cv::resize(mat(*mask, 0, CV_8UC1), result, result.size(), 0, 0, cv::INTER_LINEAR);
+  });
+}
+
 const bool kRegistered = [] {
+  add_enlargement();
   for (const Size size : bench::kSizes) {
     for (const uint32_t code : {QX_FMT_GRAY, QX_FMT_RGB24, QX_FMT_ARGB, QX_FMT_NV21}) {
       for (const int angle : {90, 270, 180}) add_rotation(size, code, angle);

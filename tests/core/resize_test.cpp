@@ -2,6 +2,8 @@
 // vector kernels, everywhere, by their plain siblings.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <opencv2/imgproc.hpp>
 
 #include "core/kernels/block_mean.h"
@@ -98,6 +100,126 @@ TEST_F(Resize, WideAndExtremeShapes) {
       const TestImage src(format, from.width, from.height);
       for (const uint32_t method : {0U, 1U, 2U, 3U}) expect_scaled(src, to, method);
     }
+  }
+}
+
+// Kernels and their plain loops, with tables that need one window or many.
+class Kernels {
+ public:
+  explicit Kernels(uint64_t seed) : random_(seed) {
+    for (auto& row : rows_) {
+      for (int i = 0; i < kRowBytes; ++i) row.push_back(static_cast<uint8_t>(random_.next()));
+    }
+  }
+
+  // Bytes from places that move on by up to `step`; some give nothing.
+  ByteGather plan(size_t count, int step) {
+    std::vector<int32_t> offsets(count);
+    int at = 0;
+    for (int32_t& offset : offsets) {
+      at = (at + random_.range(0, step)) % (kRowBytes - 12);
+      offset = random_.range(0, 19) == 0 ? ByteGather::kZero : at + random_.range(0, 11);
+    }
+    return plan_byte_gather(offsets, kRowBytes);
+  }
+  template <typename Value>
+  std::vector<Value> values(size_t count, int low, int high) {
+    std::vector<Value> values(count);
+    for (Value& value : values) value = static_cast<Value>(random_.range(low, high));
+    return values;
+  }
+  // What kernel(rows, columns) makes of one row or two.
+  template <typename Value, typename Kernel, typename Columns>
+  std::vector<Value> across(Kernel kernel, const Columns& columns, size_t count, int rows) const {
+    std::vector<Value> out(2 * count);
+    kernel({rows, {rows_[0].data(), rows_[1].data()}, {out.data(), out.data() + count}}, columns);
+    return out;
+  }
+  template <typename Value, typename Columns, typename Function>
+  void expect_across(Function plain, Function kernel, const Columns& columns, size_t count) const {
+    for (const int rows : {1, 2}) {
+      const auto expected = across<Value>(plain, columns, count, rows);
+      test::on_every_target(
+          [&] { EXPECT_EQ(across<Value>(kernel, columns, count, rows), expected); });
+    }
+  }
+  const uint8_t* row() const { return rows_[0].data(); }
+
+ private:
+  static constexpr int kRowBytes = 400;
+  test::Random random_;
+  std::array<std::vector<uint8_t>, 2> rows_;
+};
+
+TEST(ResizeKernels, AcrossAsThePlainLoops) {
+  for (int step = 0; step < 40; ++step) {
+    Kernels test(static_cast<uint64_t>(step));
+    const auto n = static_cast<size_t>(7 * step + 1);
+    LinearColumns linear{test.plan(2 * n, step / 4), {}};
+    const auto pairs = static_cast<size_t>(8 * linear.pairs.blocks);
+    linear.weights = test.values<int16_t>(pairs, 0, 1024);
+    for (int16_t& weight : linear.weights) weight = static_cast<int16_t>(-32 * weight);
+    test.expect_across<int16_t>(linear_across_plain, linear_across, linear, pairs);
+
+    CubicColumns cubic{test.plan(4 * n, step / 8), {}, {}};
+    const auto quads = static_cast<size_t>(4 * cubic.quads.blocks);
+    cubic.even = test.values<int16_t>(2 * quads, -300, 2600);
+    cubic.odd = test.values<int16_t>(2 * quads, -300, 2600);
+    test.expect_across<float>(cubic_across_plain, cubic_across, cubic, quads);
+
+    AreaColumns area{step % 11 + 1, {}, {}};
+    const size_t sums = 8 * (n / 8 + 1);
+    area.bytes = test.plan(4 * sums * static_cast<size_t>(area.quads()), step / 8);
+    area.weights = test.values<float>(static_cast<size_t>(16 * area.bytes.blocks), 1, 9999);
+    for (size_t i = 0; i < area.weights.size(); ++i) {
+      const auto tap = static_cast<int64_t>(i / 8) % (4 * area.quads());
+      area.weights[i] = tap < area.taps ? area.weights[i] / 7777 : 0;
+    }
+    test.expect_across<float>(area_across_plain, area_across, area, sums);
+  }
+}
+
+TEST(ResizeKernels, DownAsThePlainLoops) {
+  Kernels test(99);
+  for (int count = 1; count < 230; ++count) {
+    const auto length = static_cast<size_t>(count + 48);
+    const auto bytes_of = [&](const auto& down) {
+      std::vector<uint8_t> bytes(length);
+      down(bytes.data());
+      return bytes;
+    };
+    std::vector<int16_t> low = test.values<int16_t>(length, 0, 32655);
+    std::vector<int16_t> high = test.values<int16_t>(length, 0, 32655);
+    std::fill_n(low.data(), std::min(count, 130), int16_t{32640});
+    std::fill_n(high.data(), std::min(count, 70), int16_t{128});
+    std::array<std::vector<int16_t>, 2> runs{std::vector<int16_t>(4), std::vector<int16_t>(4)};
+    const LinearRows linear{low.data(), high.data(), 700, 1348, runs[0].data(), runs[1].data()};
+    std::array<std::vector<float>, 4> values;
+    for (auto& row : values) row = test.values<float>(length, -99999, 699999);
+    const CubicRows cubic{values[0].data(), values[1].data(), values[2].data(), values[3].data()};
+    const auto expected = [&](auto& find, auto& blend, auto& cubic_blend, auto& add, auto& finish) {
+      find(runs[0].data(), low.data(), count);
+      find(runs[1].data(), high.data(), count);
+      std::vector<uint8_t> all = bytes_of([&](uint8_t* to) { blend(to, linear, count); });
+      const auto more = bytes_of([&](uint8_t* to) {
+        cubic_blend(to, cubic, {-150, 1200, 1111, -113}, count / 8 * 8, count);
+      });
+      const auto sums = bytes_of([&](uint8_t* to) {
+        std::vector<float> sum(length);
+        add(sum.data(), values[0].data(), 0.0001F, true, count / 8 * 8);
+        add(sum.data(), values[1].data(), 0.0002F, false, count / 8 * 8);
+        finish(to, sum.data(), count);
+      });
+      all.insert(all.end(), more.begin(), more.end());
+      all.insert(all.end(), sums.begin(), sums.end());
+      all.insert(all.end(), runs[0].begin(), runs[0].end());
+      return all;
+    };
+    const auto plain = expected(find_flat_runs_plain, linear_down_plain, cubic_down_plain,
+                                area_add_plain, area_finish_plain);
+    test::on_every_target([&] {
+      EXPECT_EQ(expected(find_flat_runs, linear_down, cubic_down, area_add, area_finish), plain);
+    });
   }
 }
 

@@ -16,8 +16,8 @@ namespace kel::imgproc::HWY_NAMESPACE {
 
 #if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128  // no vectors
 
-void block_mean(uint8_t* dst, const uint8_t* row, int64_t pitch, const BlockColumns& columns,
-                int64_t count) {
+void block_mean(uint8_t* dst, const uint8_t* row, int64_t pitch, int64_t /*ahead*/,
+                const BlockColumns& columns, int64_t count) {
   block_mean_plain(dst, row, pitch, columns.blocks, count);
 }
 
@@ -33,22 +33,27 @@ HWY_INLINE hn::Vec<Words> sum_of_pairs(hn::Vec<GatheredBytes> bytes) {
 
 // Blocks of two by two pixels.
 template <int kWindows, bool kRoundsUp>
-void mean_of_four(uint8_t* dst, const uint8_t* row, int64_t pitch, const BlockColumns& columns,
-                  int64_t count) {
+void mean_of_four(uint8_t* dst, const uint8_t* row, int64_t pitch, int64_t ahead,
+                  const BlockColumns& columns, int64_t count) {
   const Words d;
   const hn::Rebind<uint8_t, Words> d8;
   constexpr auto kStep = static_cast<int64_t>(hn::MaxLanes(d));
   const auto one = hn::Set(d, uint16_t{1});
+  const uint8_t* const rows[2] = {row, row + pitch};
+  const Gatherer<kWindows> gatherer(columns.bytes, ahead);
   const auto mean = [&](int64_t x) {
-    const auto upper = gather_blocks<kWindows>(row, columns.bytes, x / 8);
-    const auto lower = gather_blocks<kWindows>(row + pitch, columns.bytes, x / 8);
-    auto sum = hn::Add(sum_of_pairs(upper), sum_of_pairs(lower));
+    hn::Vec<GatheredBytes> bytes[2];
+    gatherer.blocks(rows, x / 8, bytes);
+    auto sum = hn::Add(sum_of_pairs(bytes[0]), sum_of_pairs(bytes[1]));
     const auto half = kRoundsUp ? one : hn::And(hn::ShiftRight<2>(sum), one);
     sum = hn::ShiftRight<2>(hn::Add(hn::Add(sum, one), half));
     return hn::DemoteTo(d8, hn::BitCast(hn::RebindToSigned<Words>(), sum));
   };
   int64_t x = 0;
-  for (; x + kStep <= count; x += kStep) hn::StoreU(mean(x), d8, dst + x);
+  for (; x + kStep <= count; x += kStep) {
+    prefetch_to_write(dst + x);
+    hn::StoreU(mean(x), d8, dst + x);
+  }
   if (x == count) return;
   alignas(32) uint8_t last[kStep];
   hn::Store(mean(x), d8, last);
@@ -56,19 +61,20 @@ void mean_of_four(uint8_t* dst, const uint8_t* row, int64_t pitch, const BlockCo
 }
 
 template <int kWindows>
-void mean_of_many(uint8_t* dst, const uint8_t* row, int64_t pitch, const BlockColumns& columns,
-                  int64_t count) {
+void mean_of_many(uint8_t* dst, const uint8_t* row, int64_t pitch, int64_t ahead,
+                  const BlockColumns& columns, int64_t count) {
   const Floats d;
   const hn::Repartition<uint32_t, Floats> d32;
   const auto scale = hn::Set(d, 1.0F / static_cast<float>(columns.blocks.area()));
   const int64_t quads = (columns.blocks.width + 3) / 4;
+  const int64_t height = columns.blocks.height;
+  const Gatherer<kWindows> gatherer(columns.bytes, ahead);
   round_to_bytes(dst, count, [&](int64_t x) {
     const int64_t first = x / 8 * quads * 2 + x % 8 / 4;
     auto pairs = hn::Zero(Words());
-    for (int64_t y = 0; y < columns.blocks.height; ++y) {
+    for (int64_t y = 0; y < height; ++y) {
       for (int64_t quad = 0; quad < quads; ++quad) {
-        const auto bytes =
-            gather_blocks<kWindows>(row + y * pitch, columns.bytes, first + 2 * quad);
+        const auto bytes = gatherer.blocks(row + y * pitch, first + 2 * quad);
         pairs = hn::Add(pairs, sum_of_pairs(bytes));
       }
     }
@@ -79,22 +85,23 @@ void mean_of_many(uint8_t* dst, const uint8_t* row, int64_t pitch, const BlockCo
 }
 
 template <int kWindows>
-void mean(uint8_t* dst, const uint8_t* row, int64_t pitch, const BlockColumns& columns,
-          int64_t count) {
-  if (!columns.are_pairs()) return mean_of_many<kWindows>(dst, row, pitch, columns, count);
-  columns.blocks.rounds_up() ? mean_of_four<kWindows, true>(dst, row, pitch, columns, count)
-                             : mean_of_four<kWindows, false>(dst, row, pitch, columns, count);
+void mean(uint8_t* dst, const uint8_t* row, int64_t pitch, int64_t ahead,
+          const BlockColumns& columns, int64_t count) {
+  if (!columns.are_pairs()) return mean_of_many<kWindows>(dst, row, pitch, ahead, columns, count);
+  columns.blocks.rounds_up()
+      ? mean_of_four<kWindows, true>(dst, row, pitch, ahead, columns, count)
+      : mean_of_four<kWindows, false>(dst, row, pitch, ahead, columns, count);
 }
 
-void block_mean(uint8_t* dst, const uint8_t* row, int64_t pitch, const BlockColumns& columns,
-                int64_t count) {
+void block_mean(uint8_t* dst, const uint8_t* row, int64_t pitch, int64_t ahead,
+                const BlockColumns& columns, int64_t count) {
   switch (columns.bytes.windows) {
     case 1:
-      return mean<1>(dst, row, pitch, columns, count);
+      return mean<1>(dst, row, pitch, ahead, columns, count);
     case 2:
-      return mean<2>(dst, row, pitch, columns, count);
+      return mean<2>(dst, row, pitch, ahead, columns, count);
     default:
-      return mean<0>(dst, row, pitch, columns, count);
+      return mean<0>(dst, row, pitch, ahead, columns, count);
   }
 }
 
@@ -108,9 +115,9 @@ namespace kel::imgproc {
 
 HWY_EXPORT(block_mean);
 
-void block_mean(uint8_t* dst, const uint8_t* row, int64_t pitch, const BlockColumns& columns,
-                int64_t count) {
-  HWY_DYNAMIC_DISPATCH(block_mean)(dst, row, pitch, columns, count);
+void block_mean(uint8_t* dst, const uint8_t* row, int64_t pitch, int64_t ahead,
+                const BlockColumns& columns, int64_t count) {
+  HWY_DYNAMIC_DISPATCH(block_mean)(dst, row, pitch, ahead, columns, count);
 }
 
 }  // namespace kel::imgproc

@@ -29,10 +29,10 @@ struct BlockColumns {
   bool are_pairs() const { return blocks.width == 2 && blocks.height == 2; }
 };
 
-// One row of the result, count bytes; row is the first of blocks.height rows. The vector kernel
-// takes blocks up to kLargestArea.
-void block_mean(uint8_t* dst, const uint8_t* row, int64_t pitch, const BlockColumns& columns,
-                int64_t count);
+// One row of the result, count bytes; row is the first of blocks.height rows, the next ones are
+// `ahead` bytes further, if there are any. The vector kernel takes blocks up to kLargestArea.
+void block_mean(uint8_t* dst, const uint8_t* row, int64_t pitch, int64_t ahead,
+                const BlockColumns& columns, int64_t count);
 void block_mean_plain(uint8_t* dst, const uint8_t* row, int64_t pitch, const Blocks& blocks,
                       int64_t count);
 

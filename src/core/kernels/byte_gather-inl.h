@@ -6,6 +6,7 @@
 #define KEL_BYTE_GATHER_INL
 #endif
 
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include "core/kernels/byte_gather.h"
@@ -23,7 +24,7 @@ inline constexpr int64_t kGatheredBlocks =
     static_cast<int64_t>(hn::MaxLanes(GatheredBytes())) / ByteGather::kBlock;
 
 template <class D = GatheredBytes>
-HWY_INLINE hn::Vec<D> load_windows(const uint8_t* row, const uint32_t* starts) {
+HWY_INLINE hn::Vec<D> load_windows(const uint8_t* row, const int32_t* starts) {
   const hn::CappedTag<uint8_t, 16> d16;
   const auto first = hn::LoadU(d16, row + starts[0]);
   if constexpr (hn::MaxLanes(D()) == ByteGather::kBlock) {
@@ -33,23 +34,56 @@ HWY_INLINE hn::Vec<D> load_windows(const uint8_t* row, const uint32_t* starts) {
   }
 }
 
-// The blocks that start with `block`. kWindows is the plan's number of windows, 0 for any.
-template <int kWindows>
-HWY_INLINE hn::Vec<GatheredBytes> gather_blocks(const uint8_t* row, const ByteGather& gather,
-                                                int64_t block) {
-  const GatheredBytes d;
-  const uint32_t* starts = gather.starts.data() + block;
-  const uint8_t* lookup = gather.lookup.data() + ByteGather::kBlock * block;
-  const int64_t windows = kWindows == 0 ? gather.windows : kWindows;
-  auto bytes = hn::TableLookupBytesOr0(load_windows<>(row, starts), hn::LoadU(d, lookup));
-  for (int64_t i = 1; i < windows; ++i) {
-    starts += gather.blocks;
-    lookup += ByteGather::kBlock * gather.blocks;
-    const auto more = hn::TableLookupBytesOr0(load_windows<>(row, starts), hn::LoadU(d, lookup));
-    bytes = hn::Or(bytes, more);
-  }
-  return bytes;
+// Into the second cache, for rows to come.
+HWY_INLINE void prefetch(const uint8_t* at) { __builtin_prefetch(at, 0, 2); }
+
+// The same for rows that are written, whose next bytes may lie beyond the end of the plane.
+HWY_INLINE void prefetch_to_write(uint8_t* at) {
+  constexpr uintptr_t kAhead = 1024;
+  __builtin_prefetch(reinterpret_cast<uint8_t*>(reinterpret_cast<uintptr_t>(at) + kAhead), 1);
 }
+
+// A plan of which kWindows windows are used, 0 for all. It is a copy, as rows should be where they
+// are used: compilers take it that stores of vectors change everything else.
+template <int kWindows>
+class Gatherer {
+ public:
+  HWY_INLINE Gatherer(const ByteGather& plan, int64_t ahead)
+      : starts_(plan.starts.data()),
+        lookup_(plan.lookup.data()),
+        blocks_(plan.blocks),
+        windows_(kWindows == 0 ? plan.windows : kWindows),
+        ahead_(ahead) {}
+
+  // The blocks that start with `block`, of each row.
+  template <int kRows>
+  HWY_INLINE void blocks(const uint8_t* const* rows, int64_t block,
+                         hn::Vec<GatheredBytes> (&bytes)[kRows]) const {
+    const GatheredBytes d;
+    for (int64_t i = 0; i < windows_; ++i, block += blocks_) {
+      const int32_t* starts = starts_ + block;
+      const auto places = hn::LoadU(d, lookup_ + ByteGather::kBlock * block);
+      HWY_UNROLL(2)
+      for (int row = 0; row < kRows; ++row) {
+        const auto found = hn::TableLookupBytesOr0(load_windows<>(rows[row], starts), places);
+        bytes[row] = i == 0 ? found : hn::Or(bytes[row], found);
+        if (i == 0) prefetch(rows[row] + starts[0] + ahead_);
+      }
+    }
+  }
+  HWY_INLINE hn::Vec<GatheredBytes> blocks(const uint8_t* row, int64_t block) const {
+    hn::Vec<GatheredBytes> bytes[1];
+    blocks(&row, block, bytes);
+    return bytes[0];
+  }
+
+ private:
+  const int32_t* starts_;
+  const uint8_t* lookup_;
+  int64_t blocks_;
+  int64_t windows_;
+  int64_t ahead_;
+};
 
 #endif
 

@@ -5,6 +5,8 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include <array>
+
 #include "core/kernels/byte_gather-inl.h"
 #include "core/kernels/resize_area.h"
 #include "core/kernels/round_to_bytes-inl.h"
@@ -14,8 +16,8 @@ namespace kel::imgproc::HWY_NAMESPACE {
 
 #if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128  // no vectors
 
-void area_across(float* out, const uint8_t* row, const AreaColumns& columns) {
-  area_across_plain(out, row, columns);
+void area_across(const RowsAcross<float>& rows, const AreaColumns& columns) {
+  area_across_plain(rows, columns);
 }
 
 void area_add(float* sum, const float* row, float weight, bool is_first, int64_t count) {
@@ -49,39 +51,55 @@ HWY_INLINE hn::Vec<Floats> add_taps(hn::Vec<Floats> sum, hn::Vec<GatheredBytes> 
   return sum;
 }
 
-template <int kWindows, int kTaps>
-void across(float* out, const uint8_t* row, const AreaColumns& columns) {
+template <int kWindows, int kTaps, int kRows>
+void across(const RowsAcross<float>& rows, const AreaColumns& columns) {
   const Floats d;
+  const Gatherer<kWindows> gatherer(columns.bytes, rows.ahead);
+  const std::array<const uint8_t*, 2> from = rows.from;
+  const std::array<float*, 2> to = rows.to;
+  const float* weights = columns.weights.data();
   const int64_t quads = kTaps < 4 ? 1 : columns.quads();
-  const int64_t groups = columns.groups();
-  for (int64_t group = 0; group < groups; ++group) {
-    for (int64_t part = 0; part < AreaColumns::kGroup; part += kLanes, out += kLanes) {
-      auto sum = hn::Zero(d);
-      for (int64_t quad = group * quads; quad < (group + 1) * quads; ++quad) {
-        const auto bytes = gather_blocks<kWindows>(row, columns.bytes, 2 * quad + part / 4);
-        sum = add_taps<kTaps>(sum, bytes, columns.weights.data() + 32 * quad + part);
+  const int64_t elements = AreaColumns::kGroup * columns.groups();
+  for (int64_t x = 0; x < elements; x += kLanes) {
+    const int64_t part = x % AreaColumns::kGroup;
+    const int64_t first = x / AreaColumns::kGroup * quads;
+    hn::Vec<Floats> sums[kRows];
+    HWY_UNROLL(2)
+    for (int row = 0; row < kRows; ++row) sums[row] = hn::Zero(d);
+    for (int64_t quad = first; quad < first + quads; ++quad) {
+      hn::Vec<GatheredBytes> bytes[kRows];
+      gatherer.blocks(from.data(), 2 * quad + part / 4, bytes);
+      HWY_UNROLL(2)
+      for (int row = 0; row < kRows; ++row) {
+        sums[row] = add_taps<kTaps>(sums[row], bytes[row], weights + 32 * quad + part);
       }
-      hn::StoreU(sum, d, out);
     }
+    HWY_UNROLL(2)
+    for (int row = 0; row < kRows; ++row) hn::StoreU(sums[row], d, to[row] + x);
   }
 }
 
-template <int kTaps>
-void across_taps(float* out, const uint8_t* row, const AreaColumns& columns) {
+template <int kTaps, int kRows>
+void across_windows(const RowsAcross<float>& rows, const AreaColumns& columns) {
   switch (columns.bytes.windows) {
     case 1:
-      return across<1, kTaps>(out, row, columns);
+      return across<1, kTaps, kRows>(rows, columns);
     case 2:
-      return across<2, kTaps>(out, row, columns);
+      return across<2, kTaps, kRows>(rows, columns);
     default:
-      return across<0, kTaps>(out, row, columns);
+      return across<0, kTaps, kRows>(rows, columns);
   }
 }
 
-void area_across(float* out, const uint8_t* row, const AreaColumns& columns) {
-  if (columns.taps < 3) return across_taps<2>(out, row, columns);
-  if (columns.taps == 3) return across_taps<3>(out, row, columns);
-  across_taps<4>(out, row, columns);
+template <int kRows>
+void across_taps(const RowsAcross<float>& rows, const AreaColumns& columns) {
+  if (columns.taps < 3) return across_windows<2, kRows>(rows, columns);
+  if (columns.taps == 3) return across_windows<3, kRows>(rows, columns);
+  across_windows<4, kRows>(rows, columns);
+}
+
+void area_across(const RowsAcross<float>& rows, const AreaColumns& columns) {
+  rows.count == 2 ? across_taps<2>(rows, columns) : across_taps<1>(rows, columns);
 }
 
 void area_add(float* sum, const float* row, float weight, bool is_first, int64_t count) {
@@ -109,8 +127,8 @@ HWY_EXPORT(area_across);
 HWY_EXPORT(area_add);
 HWY_EXPORT(area_finish);
 
-void area_across(float* out, const uint8_t* row, const AreaColumns& columns) {
-  HWY_DYNAMIC_DISPATCH(area_across)(out, row, columns);
+void area_across(const RowsAcross<float>& rows, const AreaColumns& columns) {
+  HWY_DYNAMIC_DISPATCH(area_across)(rows, columns);
 }
 
 void area_add(float* sum, const float* row, float weight, bool is_first, int64_t count) {

@@ -22,9 +22,9 @@ struct AreaColumns {
   int64_t groups() const { return bytes.blocks / (2 * quads()); }
 };
 
-// out = byte * weight + byte * weight + ... from the left, for all elements of `columns`.
-void area_across(float* out, const uint8_t* row, const AreaColumns& columns);
-void area_across_plain(float* out, const uint8_t* row, const AreaColumns& columns);
+// to = byte * weight + byte * weight + ... from the left, for all elements of `columns`.
+void area_across(const RowsAcross<float>& rows, const AreaColumns& columns);
+void area_across_plain(const RowsAcross<float>& rows, const AreaColumns& columns);
 
 // sum = sum + row * weight; the first row finds a sum of 0. Both have whole groups.
 void area_add(float* sum, const float* row, float weight, bool is_first, int64_t count);

@@ -21,9 +21,11 @@ float sum_of_taps(const uint8_t* row, const AreaColumns& columns, int64_t elemen
 
 }  // namespace
 
-void area_across_plain(float* out, const uint8_t* row, const AreaColumns& columns) {
+void area_across_plain(const RowsAcross<float>& rows, const AreaColumns& columns) {
   const int64_t count = AreaColumns::kGroup * columns.groups();
-  for (int64_t x = 0; x < count; ++x) out[x] = sum_of_taps(row, columns, x);
+  for (size_t i = 0; i < static_cast<size_t>(rows.count); ++i) {
+    for (int64_t x = 0; x < count; ++x) rows.to[i][x] = sum_of_taps(rows.from[i], columns, x);
+  }
 }
 
 void area_add_plain(float* sum, const float* row, float weight, bool is_first, int64_t count) {

@@ -5,6 +5,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include <array>
 #include <cstring>
 
 #include "core/kernels/byte_gather-inl.h"
@@ -16,8 +17,8 @@ namespace kel::imgproc::HWY_NAMESPACE {
 
 #if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128  // no vectors
 
-void cubic_across(float* out, const uint8_t* row, const CubicColumns& columns) {
-  cubic_across_plain(out, row, columns);
+void cubic_across(const RowsAcross<float>& rows, const CubicColumns& columns) {
+  cubic_across_plain(rows, columns);
 }
 
 void cubic_down(uint8_t* dst, const CubicRows& rows, const CubicWeights& weights, int64_t in_floats,
@@ -28,35 +29,52 @@ void cubic_down(uint8_t* dst, const CubicRows& rows, const CubicWeights& weights
 #else
 
 // Bytes 0 and 2 of a quad are its even 16-bit parts, 1 and 3 the odd ones.
-template <int kWindows>
-void across(float* out, const uint8_t* row, const CubicColumns& columns) {
+template <int kWindows, int kRows>
+void across(const RowsAcross<float>& rows, const CubicColumns& columns) {
   const Floats df;
   const hn::RebindToSigned<Floats> d32;
   const hn::Repartition<int16_t, Floats> d16;
   const hn::Repartition<uint16_t, Floats> du16;
   const auto low = hn::Set(du16, uint16_t{0xFF});
-  for (int64_t block = 0; block < columns.quads.blocks; block += kGatheredBlocks) {
-    const auto quads = hn::BitCast(du16, gather_blocks<kWindows>(row, columns.quads, block));
-    const auto even = hn::BitCast(d16, hn::And(quads, low));
-    const auto odd = hn::BitCast(d16, hn::ShiftRight<8>(quads));
-    auto more = hn::Zero(d32);
-    auto sum = hn::ReorderWidenMulAccumulate(
-        d32, even, hn::LoadU(d16, columns.even.data() + 8 * block), hn::Zero(d32), more);
-    sum = hn::ReorderWidenMulAccumulate(d32, odd, hn::LoadU(d16, columns.odd.data() + 8 * block),
-                                        sum, more);
-    hn::StoreU(hn::ConvertTo(df, hn::RearrangeToOddPlusEven(sum, more)), df, out + 4 * block);
+  const Gatherer<kWindows> gatherer(columns.quads, rows.ahead);
+  const std::array<const uint8_t*, 2> from = rows.from;
+  const std::array<float*, 2> to = rows.to;
+  const int16_t* even_column = columns.even.data();
+  const int16_t* odd_column = columns.odd.data();
+  const int64_t blocks = columns.quads.blocks;
+  for (int64_t block = 0; block < blocks; block += kGatheredBlocks) {
+    hn::Vec<GatheredBytes> bytes[kRows];
+    gatherer.blocks(from.data(), block, bytes);
+    const auto even_weights = hn::LoadU(d16, even_column + 8 * block);
+    const auto odd_weights = hn::LoadU(d16, odd_column + 8 * block);
+    HWY_UNROLL(2)
+    for (int row = 0; row < kRows; ++row) {
+      const auto quads = hn::BitCast(du16, bytes[row]);
+      const auto even = hn::BitCast(d16, hn::And(quads, low));
+      const auto odd = hn::BitCast(d16, hn::ShiftRight<8>(quads));
+      auto more = hn::Zero(d32);
+      auto sum = hn::ReorderWidenMulAccumulate(d32, even, even_weights, hn::Zero(d32), more);
+      sum = hn::ReorderWidenMulAccumulate(d32, odd, odd_weights, sum, more);
+      const auto whole = hn::RearrangeToOddPlusEven(sum, more);
+      hn::StoreU(hn::ConvertTo(df, whole), df, to[row] + 4 * block);
+    }
   }
 }
 
-void cubic_across(float* out, const uint8_t* row, const CubicColumns& columns) {
+template <int kRows>
+void across_rows(const RowsAcross<float>& rows, const CubicColumns& columns) {
   switch (columns.quads.windows) {
     case 1:
-      return across<1>(out, row, columns);
+      return across<1, kRows>(rows, columns);
     case 2:
-      return across<2>(out, row, columns);
+      return across<2, kRows>(rows, columns);
     default:
-      return across<0>(out, row, columns);
+      return across<0, kRows>(rows, columns);
   }
+}
+
+void cubic_across(const RowsAcross<float>& rows, const CubicColumns& columns) {
+  rows.count == 2 ? across_rows<2>(rows, columns) : across_rows<1>(rows, columns);
 }
 
 void cubic_down(uint8_t* dst, const CubicRows& rows, const CubicWeights& weights, int64_t in_floats,
@@ -92,8 +110,8 @@ namespace kel::imgproc {
 HWY_EXPORT(cubic_across);
 HWY_EXPORT(cubic_down);
 
-void cubic_across(float* out, const uint8_t* row, const CubicColumns& columns) {
-  HWY_DYNAMIC_DISPATCH(cubic_across)(out, row, columns);
+void cubic_across(const RowsAcross<float>& rows, const CubicColumns& columns) {
+  HWY_DYNAMIC_DISPATCH(cubic_across)(rows, columns);
 }
 
 void cubic_down(uint8_t* dst, const CubicRows& rows, const CubicWeights& weights, int64_t in_floats,

@@ -19,8 +19,8 @@ struct CubicColumns {
 };
 
 // The weighted sums, which are whole numbers of at most 20 bits, for all elements of `columns`.
-void cubic_across(float* out, const uint8_t* row, const CubicColumns& columns);
-void cubic_across_plain(float* out, const uint8_t* row, const CubicColumns& columns);
+void cubic_across(const RowsAcross<float>& rows, const CubicColumns& columns);
+void cubic_across_plain(const RowsAcross<float>& rows, const CubicColumns& columns);
 
 using CubicRows = std::array<const float*, 4>;
 using CubicWeights = std::array<int16_t, 4>;  // of 11 bits

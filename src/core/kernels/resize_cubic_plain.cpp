@@ -22,9 +22,7 @@ uint8_t round_exactly(const CubicRows& rows, const CubicWeights& weights, int64_
   return saturate(sum >> 22);
 }
 
-}  // namespace
-
-void cubic_across_plain(float* out, const uint8_t* row, const CubicColumns& columns) {
+void across(float* out, const uint8_t* row, const CubicColumns& columns) {
   for (size_t i = 0; i < columns.even.size(); i += 2) {
     const auto byte = [&](size_t place) {
       return gathered_byte(row, columns.quads, static_cast<int64_t>(2 * i + place));
@@ -32,6 +30,14 @@ void cubic_across_plain(float* out, const uint8_t* row, const CubicColumns& colu
     const int even = byte(0) * columns.even[i] + byte(2) * columns.even[i + 1];
     const int odd = byte(1) * columns.odd[i] + byte(3) * columns.odd[i + 1];
     *out++ = static_cast<float>(even + odd);
+  }
+}
+
+}  // namespace
+
+void cubic_across_plain(const RowsAcross<float>& rows, const CubicColumns& columns) {
+  for (size_t i = 0; i < static_cast<size_t>(rows.count); ++i) {
+    across(rows.to[i], rows.from[i], columns);
   }
 }
 

@@ -5,6 +5,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include <array>
 #include <cstring>
 
 #include "core/kernels/byte_gather-inl.h"
@@ -15,13 +16,16 @@ namespace kel::imgproc::HWY_NAMESPACE {
 
 #if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128  // no vectors
 
-void linear_across(int16_t* out, const uint8_t* row, const LinearColumns& columns) {
-  linear_across_plain(out, row, columns);
+void linear_across(const RowsAcross<int16_t>& rows, const LinearColumns& columns) {
+  linear_across_plain(rows, columns);
 }
 
-void linear_down(uint8_t* dst, const int16_t* upper, const int16_t* lower, int16_t upper_weight,
-                 int16_t lower_weight, int64_t count) {
-  linear_down_plain(dst, upper, lower, upper_weight, lower_weight, count);
+void find_flat_runs(int16_t* runs, const int16_t* row, int64_t count) {
+  find_flat_runs_plain(runs, row, count);
+}
+
+void linear_down(uint8_t* dst, const LinearRows& rows, int64_t count) {
+  linear_down_plain(dst, rows, count);
 }
 
 #else
@@ -32,50 +36,103 @@ using D8 = hn::Rebind<uint8_t, D16>;
 constexpr auto kStep = static_cast<int64_t>(hn::MaxLanes(D16()));
 
 // near * 2048 + (near - far) * -weight, without the four lowest bits, in 16 bits.
-template <int kWindows>
-void across(int16_t* out, const uint8_t* row, const LinearColumns& columns) {
+template <int kWindows, int kRows>
+void across(const RowsAcross<int16_t>& rows, const LinearColumns& columns) {
   const D16 d;
   const DU16 du;
+  const std::array<const uint8_t*, 2> from = rows.from;
+  const std::array<int16_t*, 2> to = rows.to;
   const int16_t* weights = columns.weights.data();
-  for (int64_t block = 0; block < columns.pairs.blocks; block += kGatheredBlocks) {
-    const auto pairs = hn::BitCast(du, gather_blocks<kWindows>(row, columns.pairs, block));
-    const auto near = hn::ShiftRight<1>(hn::ShiftLeft<8>(pairs));  // times 128
-    const auto far = hn::ShiftLeft<7>(hn::ShiftRight<8>(pairs));
+  const auto make = [&](const auto& gatherer, int64_t block) HWY_ATTR {
+    hn::Vec<GatheredBytes> bytes[kRows];
+    gatherer.blocks(from.data(), block, bytes);
     const auto weight = hn::LoadU(d, weights + 8 * block);
-    const auto step = hn::MulHigh(hn::BitCast(d, hn::Sub(near, far)), weight);
-    hn::StoreU(hn::Add(hn::BitCast(d, near), step), d, out + 8 * block);
+    HWY_UNROLL(2)
+    for (int row = 0; row < kRows; ++row) {
+      const auto pairs = hn::BitCast(du, bytes[row]);
+      const auto near = hn::ShiftRight<1>(hn::ShiftLeft<8>(pairs));  // times 128
+      const auto far = hn::ShiftLeft<7>(hn::ShiftRight<8>(pairs));
+      const auto step = hn::MulHigh(hn::BitCast(d, hn::Sub(near, far)), weight);
+      hn::StoreU(hn::Add(hn::BitCast(d, near), step), d, to[row] + 8 * block);
+    }
+  };
+  const Gatherer<kWindows> usual(columns.pairs, rows.ahead);
+  const int64_t blocks = columns.pairs.blocks;
+  for (int64_t block = 0; block < blocks; block += kGatheredBlocks) make(usual, block);
+  const Gatherer<0> all(columns.pairs, rows.ahead);
+  for (const int64_t pair : columns.pairs.unusual) {
+    for (int64_t block = pair; block < pair + 2; block += kGatheredBlocks) make(all, block);
   }
 }
 
-void linear_across(int16_t* out, const uint8_t* row, const LinearColumns& columns) {
-  switch (columns.pairs.windows) {
+template <int kRows>
+void across_rows(const RowsAcross<int16_t>& rows, const LinearColumns& columns) {
+  switch (columns.pairs.usual_windows) {
     case 1:
-      return across<1>(out, row, columns);
+      return across<1, kRows>(rows, columns);
     case 2:
-      return across<2>(out, row, columns);
+      return across<2, kRows>(rows, columns);
     default:
-      return across<0>(out, row, columns);
+      return across<0, kRows>(rows, columns);
   }
 }
 
-void linear_down(uint8_t* dst, const int16_t* upper, const int16_t* lower, int16_t upper_weight,
-                 int16_t lower_weight, int64_t count) {
+void linear_across(const RowsAcross<int16_t>& rows, const LinearColumns& columns) {
+  rows.count == 2 ? across_rows<2>(rows, columns) : across_rows<1>(rows, columns);
+}
+
+void find_flat_runs(int16_t* runs, const int16_t* row, int64_t count) {
+  const D16 d;
+  for (int64_t i = 0; i < count / LinearRows::kRun; ++i, row += LinearRows::kRun) {
+    const auto first = hn::Set(d, row[0]);
+    auto differences = hn::Zero(d);
+    for (int64_t x = 0; x < LinearRows::kRun; x += kStep) {
+      differences = hn::Or(differences, hn::Xor(first, hn::LoadU(d, row + x)));
+    }
+    runs[i] = hn::AllTrue(d, hn::Eq(differences, hn::Zero(d)));
+  }
+}
+
+// The elements first ... end - 1 of a row.
+HWY_INLINE void blend(uint8_t* dst, const LinearRows& rows, int64_t first, int64_t end) {
   const D16 d;
   const D8 d8;
-  const auto upper_factor = hn::Set(d, upper_weight);
-  const auto lower_factor = hn::Set(d, lower_weight);
-  const auto two = hn::Set(d, int16_t{2});
-  const auto blend = [&](int64_t x) {
-    const auto high = hn::MulHigh(hn::LoadU(d, upper + x), upper_factor);
-    const auto low = hn::MulHigh(hn::LoadU(d, lower + x), lower_factor);
-    return hn::DemoteTo(d8, hn::ShiftRight<2>(hn::Add(hn::Add(high, low), two)));
+  const auto upper_weight = hn::Set(d, rows.upper_weight);
+  const auto lower_weight = hn::Set(d, rows.lower_weight);
+  const int16_t* upper = rows.upper;
+  const int16_t* lower = rows.lower;
+  const auto bytes = [&](int64_t x) HWY_ATTR {
+    const auto high = hn::MulHigh(hn::LoadU(d, upper + x), upper_weight);
+    const auto low = hn::MulHigh(hn::LoadU(d, lower + x), lower_weight);
+    const auto sum = hn::Add(hn::Add(high, low), hn::Set(d, int16_t{2}));
+    return hn::DemoteTo(d8, hn::ShiftRight<2>(sum));
   };
-  int64_t x = 0;
-  for (; x + kStep <= count; x += kStep) hn::StoreU(blend(x), d8, dst + x);
-  if (x == count) return;
+  int64_t x = first;
+  for (; x + kStep <= end; x += kStep) {
+    prefetch_to_write(dst + x);
+    hn::StoreU(bytes(x), d8, dst + x);
+  }
+  if (x == end) return;
   alignas(32) uint8_t last[kStep];
-  hn::Store(blend(x), d8, last);
-  std::memcpy(dst + x, last, static_cast<size_t>(count - x));
+  hn::Store(bytes(x), d8, last);
+  std::memcpy(dst + x, last, static_cast<size_t>(end - x));
+}
+
+void linear_down(uint8_t* dst, const LinearRows& rows, int64_t count) {
+  if (rows.upper_runs == nullptr) return blend(dst, rows, 0, count);
+  for (int64_t x = 0; x < count; x += LinearRows::kRun) {
+    const int64_t run = x / LinearRows::kRun;
+    const int64_t end = HWY_MIN(x + LinearRows::kRun, count);
+    if (end - x < LinearRows::kRun || (rows.upper_runs[run] & rows.lower_runs[run]) == 0) {
+      blend(dst, rows, x, end);
+    } else {
+      LinearRows first = rows;
+      first.upper += x;
+      first.lower += x;
+      linear_down_plain(dst + x, first, 1);
+      std::memset(dst + x + 1, dst[x], LinearRows::kRun - 1);
+    }
+  }
 }
 
 #endif
@@ -87,15 +144,19 @@ HWY_AFTER_NAMESPACE();
 namespace kel::imgproc {
 
 HWY_EXPORT(linear_across);
+HWY_EXPORT(find_flat_runs);
 HWY_EXPORT(linear_down);
 
-void linear_across(int16_t* out, const uint8_t* row, const LinearColumns& columns) {
-  HWY_DYNAMIC_DISPATCH(linear_across)(out, row, columns);
+void linear_across(const RowsAcross<int16_t>& rows, const LinearColumns& columns) {
+  HWY_DYNAMIC_DISPATCH(linear_across)(rows, columns);
 }
 
-void linear_down(uint8_t* dst, const int16_t* upper, const int16_t* lower, int16_t upper_weight,
-                 int16_t lower_weight, int64_t count) {
-  HWY_DYNAMIC_DISPATCH(linear_down)(dst, upper, lower, upper_weight, lower_weight, count);
+void find_flat_runs(int16_t* runs, const int16_t* row, int64_t count) {
+  HWY_DYNAMIC_DISPATCH(find_flat_runs)(runs, row, count);
+}
+
+void linear_down(uint8_t* dst, const LinearRows& rows, int64_t count) {
+  HWY_DYNAMIC_DISPATCH(linear_down)(dst, rows, count);
 }
 
 }  // namespace kel::imgproc

@@ -15,15 +15,30 @@ struct LinearColumns {
   std::vector<int16_t> weights;  // of far, 0 ... 1024, times -32; as many as there are pairs
 };
 
-// out = (near * (2048 - weight) + far * weight) >> 4, for all elements of `columns`.
-void linear_across(int16_t* out, const uint8_t* row, const LinearColumns& columns);
-void linear_across_plain(int16_t* out, const uint8_t* row, const LinearColumns& columns);
+// to = (near * (2048 - weight) + far * weight) >> 4, for all elements of `columns`.
+void linear_across(const RowsAcross<int16_t>& rows, const LinearColumns& columns);
+void linear_across_plain(const RowsAcross<int16_t>& rows, const LinearColumns& columns);
 
-// dst = (upper * weight >> 16) + (lower * weight >> 16), two more bits rounded off. The rows of
-// source elements have 16 elements more than `count` rounded up to 16 needs.
-void linear_down(uint8_t* dst, const int16_t* upper, const int16_t* lower, int16_t upper_weight,
-                 int16_t lower_weight, int64_t count);
-void linear_down_plain(uint8_t* dst, const int16_t* upper, const int16_t* lower,
-                       int16_t upper_weight, int16_t lower_weight, int64_t count);
+// Two rows that were scaled across, and their weights.
+struct LinearRows {
+  static constexpr int64_t kRun = 64;
+
+  const int16_t* upper = nullptr;
+  const int16_t* lower = nullptr;
+  int16_t upper_weight = 0;
+  int16_t lower_weight = 0;
+  const int16_t* upper_runs = nullptr;  // as found by find_flat_runs, or both null
+  const int16_t* lower_runs = nullptr;
+};
+
+// runs[i] = whether the kRun elements from kRun * i on are all alike; a shorter one at the end is
+// not looked at.
+void find_flat_runs(int16_t* runs, const int16_t* row, int64_t count);
+void find_flat_runs_plain(int16_t* runs, const int16_t* row, int64_t count);
+
+// dst = (upper * weight >> 16) + (lower * weight >> 16), with two more bits rounded off. Rows have
+// `count` elements rounded up to 16.
+void linear_down(uint8_t* dst, const LinearRows& rows, int64_t count);
+void linear_down_plain(uint8_t* dst, const LinearRows& rows, int64_t count);
 
 }  // namespace kel::imgproc

@@ -1,8 +1,13 @@
+#include <algorithm>
+#include <cstddef>
+
 #include "core/kernels/resize_linear.h"
 
 namespace kel::imgproc {
 
-void linear_across_plain(int16_t* out, const uint8_t* row, const LinearColumns& columns) {
+namespace {
+
+void across(int16_t* out, const uint8_t* row, const LinearColumns& columns) {
   int64_t pair = 0;
   for (const int16_t weight : columns.weights) {
     const int near = gathered_byte(row, columns.pairs, pair++);
@@ -11,11 +16,25 @@ void linear_across_plain(int16_t* out, const uint8_t* row, const LinearColumns& 
   }
 }
 
-void linear_down_plain(uint8_t* dst, const int16_t* upper, const int16_t* lower,
-                       int16_t upper_weight, int16_t lower_weight, int64_t count) {
+}  // namespace
+
+void linear_across_plain(const RowsAcross<int16_t>& rows, const LinearColumns& columns) {
+  for (size_t i = 0; i < static_cast<size_t>(rows.count); ++i) {
+    across(rows.to[i], rows.from[i], columns);
+  }
+}
+
+void find_flat_runs_plain(int16_t* runs, const int16_t* row, int64_t count) {
+  for (int64_t i = 0; i < count / LinearRows::kRun; ++i, row += LinearRows::kRun) {
+    runs[i] = std::all_of(row, row + LinearRows::kRun, [&](int16_t x) { return x == row[0]; });
+  }
+}
+
+void linear_down_plain(uint8_t* dst, const LinearRows& rows, int64_t count) {
   for (int64_t x = 0; x < count; ++x) {
-    const int sum = (upper[x] * upper_weight >> 16) + (lower[x] * lower_weight >> 16);
-    dst[x] = static_cast<uint8_t>((sum + 2) >> 2);
+    const int upper = rows.upper[x] * rows.upper_weight >> 16;
+    const int lower = rows.lower[x] * rows.lower_weight >> 16;
+    dst[x] = static_cast<uint8_t>((upper + lower + 2) >> 2);
   }
 }
 

@@ -15,36 +15,40 @@ namespace kel::imgproc::HWY_NAMESPACE {
 
 #if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128  // no vectors
 
-void pick_bytes(uint8_t* dst, const uint8_t* row, const ByteGather& bytes, int64_t count) {
-  pick_bytes_plain(dst, row, bytes, count);
+void pick_bytes(uint8_t* dst, const uint8_t* row, int64_t ahead, const ByteGather& bytes,
+                int64_t count) {
+  pick_bytes_plain(dst, row, ahead, bytes, count);
 }
 
 #else
 
 template <int kWindows>
-void pick(uint8_t* dst, const uint8_t* row, const ByteGather& bytes, int64_t count) {
+void pick(uint8_t* dst, const uint8_t* row, int64_t ahead, const ByteGather& bytes, int64_t count) {
   const GatheredBytes d;
   constexpr int64_t kStep = ByteGather::kBlock * kGatheredBlocks;
+  const Gatherer<kWindows> gatherer(bytes, ahead);
   int64_t x = 0;
   for (; x + kStep <= count; x += kStep) {
-    hn::StoreU(gather_blocks<kWindows>(row, bytes, x / ByteGather::kBlock), d, dst + x);
+    prefetch_to_write(dst + x);
+    hn::StoreU(gatherer.blocks(row, x / ByteGather::kBlock), d, dst + x);
   }
   if (x == count) return;
   alignas(kStep) uint8_t last[kStep];
-  hn::Store(gather_blocks<kWindows>(row, bytes, x / ByteGather::kBlock), d, last);
+  hn::Store(gatherer.blocks(row, x / ByteGather::kBlock), d, last);
   std::memcpy(dst + x, last, static_cast<size_t>(count - x));
 }
 
-void pick_bytes(uint8_t* dst, const uint8_t* row, const ByteGather& bytes, int64_t count) {
+void pick_bytes(uint8_t* dst, const uint8_t* row, int64_t ahead, const ByteGather& bytes,
+                int64_t count) {
   switch (bytes.windows) {
     case 1:
-      return pick<1>(dst, row, bytes, count);
+      return pick<1>(dst, row, ahead, bytes, count);
     case 2:
-      return pick<2>(dst, row, bytes, count);
+      return pick<2>(dst, row, ahead, bytes, count);
     case 3:
-      return pick<3>(dst, row, bytes, count);
+      return pick<3>(dst, row, ahead, bytes, count);
     default:
-      return pick<0>(dst, row, bytes, count);
+      return pick<0>(dst, row, ahead, bytes, count);
   }
 }
 
@@ -58,8 +62,9 @@ namespace kel::imgproc {
 
 HWY_EXPORT(pick_bytes);
 
-void pick_bytes(uint8_t* dst, const uint8_t* row, const ByteGather& bytes, int64_t count) {
-  HWY_DYNAMIC_DISPATCH(pick_bytes)(dst, row, bytes, count);
+void pick_bytes(uint8_t* dst, const uint8_t* row, int64_t ahead, const ByteGather& bytes,
+                int64_t count) {
+  HWY_DYNAMIC_DISPATCH(pick_bytes)(dst, row, ahead, bytes, count);
 }
 
 }  // namespace kel::imgproc

@@ -11,6 +11,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "core/kernels/byte_gather-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace kel::imgproc::HWY_NAMESPACE {
 
@@ -56,6 +58,7 @@ HWY_INLINE void round_to_bytes(uint8_t* dst, int64_t count, Value value) {
   constexpr int64_t kStep = 2 * kLanes;
   int64_t x = 0;
   for (; x + kStep <= count; x += kStep) {
+    prefetch_to_write(dst + x);
     hn::StoreU(bytes_of<>(value(x), value(x + kLanes)), d8, dst + x);
   }
   if (x == count) return;

@@ -19,14 +19,12 @@ class Area {
 
   void run(int64_t top, int64_t end) const {
     std::vector<float> sum(static_cast<size_t>(padded_elements()));
-    RecentRows<float> recent(1, padded_elements());
-    SourceRows source(scaling_.src);
+    RecentRows<float> recent(scaling_, 1, padded_elements());
     for (int64_t y = top; y < end; ++y) {
       const Cover rows = cover(scaling_.y, y);
       for (int64_t i = 0; i < rows.count; ++i) {
-        const int64_t number = rows.first + i;
-        const float* row =
-            recent.row(number, [&](float* out) { scale_across(out, source.row(number)); });
+        const float* row = recent.row(rows.first + i, rows.first + rows.count - 1,
+                                      [&](const auto& wide) { scale_across(wide); });
         area_add(sum.data(), row, rows.weight_of(i), i == 0, padded_elements());
       }
       area_finish(scaling_.dst_at(first_, y), sum.data(), elements());
@@ -42,14 +40,14 @@ class Area {
 
   void fill_tables() {
     const int64_t quads = across_.quads();
-    std::vector<uint32_t> offsets;
+    std::vector<int32_t> offsets;
     for (int64_t first = 0; first < padded_elements(); first += kGroup) {
       for (int64_t quad = 0; quad < quads; ++quad) add_quad(offsets, first, 4 * quad);
     }
     across_.bytes = plan_byte_gather(offsets, SourceRows::gathered_bytes(scaling_.src));
   }
 
-  void add_quad(std::vector<uint32_t>& offsets, int64_t first, int64_t first_tap) {
+  void add_quad(std::vector<int32_t>& offsets, int64_t first, int64_t first_tap) {
     for (int64_t i = 0; i < kGroup; ++i) {
       for (int64_t tap = first_tap; tap < first_tap + 4; ++tap) {
         offsets.push_back(offset(first + i, tap));
@@ -65,19 +63,22 @@ class Area {
     const Cover& cover = covers_[static_cast<size_t>(element / scaling_.channels())];
     return tap < cover.count ? &cover : nullptr;
   }
-  uint32_t offset(int64_t element, int64_t tap) const {
+  int32_t offset(int64_t element, int64_t tap) const {
     const Cover* cover = cover_of(element, tap);
     if (cover == nullptr) return ByteGather::kZero;
     const int64_t channels = scaling_.channels();
-    return static_cast<uint32_t>((cover->first + tap) * channels + element % channels);
+    return static_cast<int32_t>((cover->first + tap) * channels + element % channels);
   }
   float weight(int64_t element, int64_t tap) const {
     const Cover* cover = cover_of(element, tap);
     return cover == nullptr ? 0.0F : cover->weight_of(tap);
   }
 
-  void scale_across(float* out, const uint8_t* row) const {
-    if (has_tables()) return area_across(out, row, across_);
+  void scale_across(const RowsAcross<float>& rows) const {
+    if (has_tables()) return area_across(rows, across_);
+    for (size_t i = 0; i < static_cast<size_t>(rows.count); ++i) add_up(rows.to[i], rows.from[i]);
+  }
+  void add_up(float* out, const uint8_t* row) const {
     const int64_t channels = scaling_.channels();
     for (const Cover& cover : covers_) {
       for (int64_t channel = 0; channel < channels; ++channel) {

@@ -5,31 +5,10 @@
 #include <limits>
 
 namespace kel::imgproc {
-namespace {
-
-int16_t fixed_point(float weight) {
-  return static_cast<int16_t>(std::lrint(weight * (1 << kWeightBits)));
-}
-
-}  // namespace
-
 int64_t Axis::whole_scale() const {
   const double nearest = std::nearbyint(scale);
   const bool is_whole = std::abs(scale - nearest) < std::numeric_limits<double>::epsilon();
   return is_whole ? static_cast<int64_t>(nearest) : 0;
-}
-
-Place centred_place(const Axis& axis, int64_t at) {
-  const auto place = static_cast<float>((static_cast<double>(at) + 0.5) * axis.scale - 0.5);
-  const float first = std::floor(place);
-  return {static_cast<int64_t>(first), place - first};
-}
-
-Place covering_place(const Axis& axis, int64_t at) {
-  const double first = std::floor(static_cast<double>(at) * axis.scale);
-  const auto past_edge = static_cast<float>(static_cast<double>(at + 1) - (first + 1) * axis.ratio);
-  const float fraction = past_edge <= 0 ? 0.0F : past_edge - std::floor(past_edge);
-  return {static_cast<int64_t>(first), fraction};
 }
 
 Cover cover(const Axis& axis, int64_t at) {
@@ -54,10 +33,6 @@ Cover cover(const Axis& axis, int64_t at) {
     ++cover.count;
   }
   return cover;
-}
-
-std::array<int16_t, 2> linear_weights(float fraction) {
-  return {fixed_point(1.0F - fraction), fixed_point(fraction)};
 }
 
 // The cubic convolution kernel with a slope of -0.75 at 1.

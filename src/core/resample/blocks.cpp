@@ -11,7 +11,7 @@ class BlockMeans {
     across_.blocks = blocks;
     across_.blocks.first = columns.first;
     if (!uses_vectors_) return;
-    const std::vector<uint32_t> offsets = across_.are_pairs() ? pairs() : quads();
+    const std::vector<int32_t> offsets = across_.are_pairs() ? pairs() : quads();
     across_.bytes = plan_byte_gather(offsets, SourceRows::gathered_bytes(scaling.src));
   }
 
@@ -23,7 +23,8 @@ class BlockMeans {
       const uint8_t* row = scaling_.src.data + blocks.height * y * pitch;
       uint8_t* out = scaling_.dst_at(columns_.first, y);
       if (uses_vectors_) {
-        block_mean(out, row, pitch, across_, count);
+        const int64_t ahead = y + 1 < scaling_.dst.rows ? blocks.height * pitch : 0;
+        block_mean(out, row, pitch, ahead, across_, count);
       } else {
         block_mean_plain(out, row, pitch, blocks, count);
       }
@@ -37,25 +38,25 @@ class BlockMeans {
   }
 
   // The byte of column `column` of an element's block.
-  uint32_t offset(int64_t element, int64_t column) const {
+  int32_t offset(int64_t element, int64_t column) const {
     const Blocks& blocks = across_.blocks;
     const int64_t first = (columns_.first + element / blocks.channels) * blocks.width;
-    return static_cast<uint32_t>((first + column) * blocks.channels + element % blocks.channels);
+    return static_cast<int32_t>((first + column) * blocks.channels + element % blocks.channels);
   }
 
   int64_t elements() const { return across_.blocks.channels * (columns_.end - columns_.first); }
 
-  std::vector<uint32_t> pairs() const {
-    std::vector<uint32_t> offsets;
+  std::vector<int32_t> pairs() const {
+    std::vector<int32_t> offsets;
     for (int64_t element = 0; element < elements(); ++element) {
       for (int64_t column = 0; column < 2; ++column) offsets.push_back(offset(element, column));
     }
     return offsets;
   }
 
-  std::vector<uint32_t> quads() const {
+  std::vector<int32_t> quads() const {
     constexpr int64_t kGroup = 8;
-    std::vector<uint32_t> offsets;
+    std::vector<int32_t> offsets;
     for (int64_t first = 0; first < elements(); first += kGroup) {
       for (int64_t column = 0; column < across_.blocks.width; column += 4) {
         for (int64_t i = 0; i < 4 * kGroup; ++i) {

@@ -6,33 +6,35 @@ namespace {
 
 using PlaceFunction = Place (*)(const Axis&, int64_t);
 
-constexpr int64_t kPadding = 16;  // elements that the kernels pass a row's end by
-
 class Linear {
  public:
   Linear(const Scaling& scaling, Columns columns, PlaceFunction place)
       : scaling_(scaling), columns_(columns), place_(place) {
-    std::vector<uint32_t> offsets;
-    for (int64_t x = columns.first; x < columns.end; ++x) add_column(offsets, x);
+    const auto count = static_cast<size_t>(scaling.channels() * (columns.end - columns.first));
+    std::vector<int32_t> offsets(2 * count);
+    across_.weights.resize(count);
+    for (int64_t x = columns.first; x < columns.end; ++x) {
+      set_column(offsets, x, static_cast<size_t>(scaling.channels() * (x - columns.first)));
+    }
     across_.pairs = plan_byte_gather(offsets, SourceRows::gathered_bytes(scaling.src));
     across_.weights.resize(static_cast<size_t>(8 * across_.pairs.blocks));
   }
 
   void run(int64_t top, int64_t end) const {
     const int64_t count = scaling_.channels() * (columns_.end - columns_.first);
-    RecentRows<int16_t> recent(2, 8 * across_.pairs.blocks + kPadding);
-    SourceRows source(scaling_.src);
-    const auto across = [&](int64_t y) {
-      const int64_t inside = std::clamp<int64_t>(y, 0, scaling_.y.src - 1);
-      return recent.row(inside, [&](int16_t* out) { scale_across(out, source.row(inside)); });
-    };
+    RecentRows<int16_t> recent(scaling_, 2, row_length() + row_length() / LinearRows::kRun + 1);
+    const auto make = [&](const RowsAcross<int16_t>& rows) { scale_across(rows); };
     for (int64_t y = top; y < end; ++y) {
-      const Place place = place_(scaling_.y, y);
-      const auto [upper_weight, lower_weight] = linear_weights(place.fraction);
-      const int16_t* upper = across(place.first);
-      const int16_t* lower = across(place.first + 1);
-      linear_down(scaling_.dst_at(columns_.first, y), upper, lower, upper_weight, lower_weight,
-                  count);
+      const auto [first, fraction] = place_(scaling_.y, y);
+      const auto weights = linear_weights(fraction);
+      const int64_t wanted = last_wanted_row(scaling_.y, first + 1, 2);
+      LinearRows rows{recent.row(first, wanted, make), recent.row(first + 1, wanted, make),
+                      weights[0], weights[1]};
+      if (finds_runs()) {
+        rows.upper_runs = rows.upper + row_length();
+        rows.lower_runs = rows.lower + row_length();
+      }
+      linear_down(scaling_.dst_at(columns_.first, y), rows, count);
     }
   }
 
@@ -40,35 +42,50 @@ class Linear {
   // An element whose weights do not sum to 1.
   struct Uneven {
     size_t element;
-    uint32_t left;
-    uint32_t right;
+    int32_t left;
+    int32_t right;
     std::array<int16_t, 2> weights;
   };
 
-  void add_column(std::vector<uint32_t>& offsets, int64_t x) {
+  void set_column(std::vector<int32_t>& offsets, int64_t x, size_t element) {
     Place place = place_(scaling_.x, x);
     if (place.first < 0) place = {0, 0};
     if (place.first >= scaling_.x.src - 1) place = {scaling_.x.src - 1, 0};
     const auto weights = linear_weights(place.fraction);
-    const auto channels = static_cast<uint32_t>(scaling_.channels());
-    uint32_t left = channels * static_cast<uint32_t>(place.first);
-    uint32_t right = place.first == scaling_.x.src - 1 ? left : left + channels;
+    const int channels = scaling_.channels();
+    auto left = static_cast<int32_t>(place.first * channels);
+    int32_t right = place.first == scaling_.x.src - 1 ? left : left + channels;
     const bool right_is_near = weights[1] >= 1024;
     const auto weight = static_cast<int16_t>(-32 * std::min<int>(weights[1], 2048 - weights[1]));
-    for (uint32_t i = 0; i < channels; ++i, ++left, ++right) {
-      if (weights[0] + weights[1] != 1 << kWeightBits) {
-        uneven_.push_back({across_.weights.size(), left, right, weights});
-      }
-      offsets.push_back(right_is_near ? right : left);
-      offsets.push_back(right_is_near ? left : right);
-      across_.weights.push_back(weight);
+    const bool is_uneven = weights[0] + weights[1] != 1 << kWeightBits;
+    for (int i = 0; i < channels; ++i, ++left, ++right, ++element) {
+      if (is_uneven) uneven_.push_back({element, left, right, weights});
+      offsets[2 * element] = right_is_near ? right : left;
+      offsets[2 * element + 1] = right_is_near ? left : right;
+      across_.weights[element] = weight;
     }
   }
 
-  void scale_across(int16_t* out, const uint8_t* row) const {
-    linear_across(out, row, across_);
+  // Of a row that was scaled across; what was found about its runs comes behind it.
+  int64_t row_length() const { return 8 * across_.pairs.blocks; }
+
+  // Worth it when each row is used several times, as in the enlargement of masks.
+  bool finds_runs() const { return scaling_.y.scale < 0.5; }
+
+  void scale_across(const RowsAcross<int16_t>& rows) const {
+    linear_across(rows, across_);
+    correct_uneven(rows);
+    for (size_t i = 0; finds_runs() && i < static_cast<size_t>(rows.count); ++i) {
+      find_flat_runs(rows.to[i] + row_length(), rows.to[i], row_length());
+    }
+  }
+
+  void correct_uneven(const RowsAcross<int16_t>& rows) const {
     for (const auto& [element, left, right, weights] : uneven_) {
-      out[element] = static_cast<int16_t>((row[left] * weights[0] + row[right] * weights[1]) >> 4);
+      for (size_t i = 0; i < static_cast<size_t>(rows.count); ++i) {
+        const int sum = rows.from[i][left] * weights[0] + rows.from[i][right] * weights[1];
+        rows.to[i][element] = static_cast<int16_t>(sum >> 4);
+      }
     }
   }
 

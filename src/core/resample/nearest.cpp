@@ -1,5 +1,3 @@
-#include <cmath>
-
 #include "core/kernels/resize_nearest.h"
 #include "core/resample/scaling.h"
 
@@ -7,18 +5,21 @@ namespace kel::imgproc {
 namespace {
 
 int64_t nearest(const Axis& axis, int64_t at) {
-  const double place = std::floor(static_cast<double>(at) * axis.scale);
-  return static_cast<int64_t>(std::min(place, static_cast<double>(axis.src - 1)));
+  return std::min(whole_below(static_cast<double>(at) * axis.scale), axis.src - 1);
 }
 
 class Nearest {
  public:
   Nearest(const Scaling& scaling, Columns columns) : scaling_(scaling), columns_(columns) {
-    const int64_t channels = scaling.channels();
-    std::vector<uint32_t> offsets;
-    for (int64_t x = columns.first; x < columns.end; ++x) {
-      pixels_.push_back(static_cast<uint32_t>(nearest(scaling.x, x) * channels));
-      for (uint32_t i = 0; i < channels; ++i) offsets.push_back(pixels_.back() + i);
+    const auto channels = static_cast<size_t>(scaling.channels());
+    pixels_.resize(static_cast<size_t>(columns.end - columns.first));
+    std::vector<int32_t> offsets(channels * pixels_.size());
+    for (size_t x = 0; x < pixels_.size(); ++x) {
+      const int64_t from = nearest(scaling.x, columns.first + static_cast<int64_t>(x));
+      pixels_[x] = static_cast<int32_t>(from * scaling.channels());
+      for (size_t i = 0; i < channels; ++i) {
+        offsets[channels * x + i] = pixels_[x] + static_cast<int32_t>(i);
+      }
     }
     bytes_ = plan_byte_gather(offsets, SourceRows::gathered_bytes(scaling.src));
   }
@@ -32,10 +33,11 @@ class Nearest {
     for (int64_t y = top; y < end; ++y) {
       uint8_t* out = scaling_.dst_at(columns_.first, y);
       const int64_t from = nearest(scaling_.y, y);
+      const int64_t next = std::max(nearest(scaling_.y, y + 1), from + 1);
       if (above != nullptr && nearest(scaling_.y, y - 1) == from) {
         std::memcpy(out, above, static_cast<size_t>(count));
       } else {
-        pick(out, source.row(from), count);
+        pick(out, source.row(from), source.ahead(from, next), count);
       }
       above = out;
     }
@@ -43,16 +45,16 @@ class Nearest {
 
  private:
   // Windows for every pixel of a block cost more than the pixels themselves.
-  void pick(uint8_t* out, const uint8_t* row, int64_t count) const {
+  void pick(uint8_t* out, const uint8_t* row, int64_t ahead, int64_t count) const {
     constexpr int64_t kFewWindows = 9;
     const int channels = scaling_.channels();
-    if (bytes_.windows * channels <= kFewWindows) return pick_bytes(out, row, bytes_, count);
-    pick_pixels(out, row, pixels_.data(), count / channels, channels);
+    if (bytes_.windows * channels <= kFewWindows) return pick_bytes(out, row, ahead, bytes_, count);
+    pick_pixels(out, row, ahead, pixels_.data(), count / channels, channels);
   }
 
   const Scaling& scaling_;
   Columns columns_;
-  std::vector<uint32_t> pixels_;
+  std::vector<int32_t> pixels_;
   ByteGather bytes_;
 };
 

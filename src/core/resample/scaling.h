@@ -30,6 +30,12 @@ struct Scaling {
   }
 };
 
+// The last row of the source that a row which mixes `count` rows up to `last` makes worth having:
+// when no row is left out, the following ones come next.
+inline int64_t last_wanted_row(const Axis& axis, int64_t last, int64_t count) {
+  return axis.scale < static_cast<double>(count) ? axis.src - 1 : last;
+}
+
 // Columns of the result, first to end, that are made at once: tables and rows stay small.
 struct Columns {
   int64_t first;
@@ -75,38 +81,67 @@ class SourceRows {
     return std::max(row_bytes(src), ByteGather::kBlock);
   }
 
-  // Good until the next call; rows outside are the outermost ones.
+  // Bytes from row y to row `next`, 0 when there is none.
+  int64_t ahead(int64_t y, int64_t next) const {
+    return is_short_ || next >= src_.rows ? 0 : (next - y) * static_cast<int64_t>(src_.step[0]);
+  }
+  // Good until the next row but one is asked for.
   const uint8_t* row(int64_t y) {
-    const auto inside = static_cast<int>(std::clamp<int64_t>(y, 0, src_.rows - 1));
-    if (!is_short_) return src_.ptr(inside);
-    std::memcpy(copy_.data(), src_.ptr(inside), static_cast<size_t>(row_bytes(src_)));
-    return copy_.data();
+    const uint8_t* row = src_.ptr(static_cast<int>(y));
+    if (!is_short_) return row;
+    uint8_t* copy = copies_[static_cast<size_t>(y % 2)].data();
+    std::memcpy(copy, row, static_cast<size_t>(row_bytes(src_)));
+    return copy;
   }
 
  private:
   const cv::Mat& src_;
   bool is_short_;
-  std::array<uint8_t, ByteGather::kBlock> copy_{};
+  std::array<std::array<uint8_t, ByteGather::kBlock>, 2> copies_{};
 };
 
 // The last few rows that were scaled across, by their number in the source.
 template <typename Value>
 class RecentRows {
  public:
-  RecentRows(size_t rows, int64_t length)
-      : length_(static_cast<size_t>(length)), values_(rows * length_), numbers_(rows, -1) {}
+  // Keeps `rows` rows that follow each other, and one more.
+  RecentRows(const Scaling& scaling, size_t rows, int64_t length)
+      : source_(scaling.src),
+        last_(scaling.y.src - 1),
+        turn_(std::max<int64_t>(static_cast<int64_t>(scaling.y.scale), 2)),
+        length_(static_cast<size_t>(length)),
+        values_((rows + 1) * length_),
+        numbers_(rows + 1, -1) {}
 
-  // make(values) is called if row y is not there.
+  // Row y, or the outermost one. make(rows) is called if it is not there, for the one after it,
+  // too, if that will be wanted.
   template <typename Make>
-  const Value* row(int64_t y, Make make) {
-    const size_t slot = static_cast<size_t>(y) % numbers_.size();
-    Value* values = values_.data() + slot * length_;
-    if (numbers_[slot] != y) make(values);
-    numbers_[slot] = y;
-    return values;
+  const Value* row(int64_t y, int64_t last_wanted, Make make) {
+    y = std::clamp<int64_t>(y, 0, last_);
+    if (!has(y)) {
+      RowsAcross<Value> rows;
+      add(rows, y);
+      if (y < std::min(last_, last_wanted) && !has(y + 1)) add(rows, y + 1);
+      rows.ahead = source_.ahead(y, y + turn_ + 1) == 0 ? 0 : source_.ahead(y, y + turn_);
+      make(rows);
+    }
+    return values(y);
   }
 
  private:
+  size_t slot(int64_t y) const { return static_cast<size_t>(y) % numbers_.size(); }
+  bool has(int64_t y) const { return numbers_[slot(y)] == y; }
+  Value* values(int64_t y) { return values_.data() + slot(y) * length_; }
+  void add(RowsAcross<Value>& rows, int64_t y) {
+    const auto i = static_cast<size_t>(rows.count++);
+    rows.from[i] = source_.row(y);
+    rows.to[i] = values(y);
+    numbers_[slot(y)] = y;
+  }
+
+  SourceRows source_;
+  int64_t last_;
+  int64_t turn_;  // rows from one turn to the next, about
   size_t length_;
   std::vector<Value> values_;
   std::vector<int64_t> numbers_;
