@@ -15,6 +15,8 @@ python_packages=(python3 python3-numpy python3-pil python3-distributed python3-f
 
 wasm_packages=(cmake ninja-build emscripten nodejs brotli libeigen3-dev dpkg-dev)
 
+studio_packages=(nodejs python3)
+
 # Installs the packages that are missing; needs root (or sudo) only when there are any.
 install_packages() {
   local missing=() package sudo=()
