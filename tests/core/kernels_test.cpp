@@ -138,29 +138,37 @@ TEST(Kernels, MedianRowByNetwork) {
   }
 }
 
-// Runs of every length, each for an even number of rows, some of which are not wanted.
+// Runs of every length, in rows of a few chunks that stand out from their neighbours.
 TEST(Kernels, SpreadRow) {
-  constexpr int kWidth = 128;
-  constexpr int kStride = kWidth + 4 * kVector;
-  constexpr int kLevels = 7;
+  constexpr int kWidth = 150;
+  constexpr int kChunks = 8;
+  constexpr int kStride = kChunks * kSpreadChunk;
+  constexpr int kLevels = 8;
   test::Random random(5);
-  for (int length = 1; length < 128; ++length) {
+  for (int length = 1; length < 202; ++length) {
     int level = 0;
     while (2 << level <= length) ++level;
-    const int first = random.range(0, 40);
-    const KernelRun run{level, first, first + length - (1 << level), 4};
-    const Bytes row = mask_bytes(random, kStride);
+    const int first = random.range(0, 90);
+    const KernelRun run{level, first, first + length - (1 << level), 3};
+    Bytes row(kStride);
+    const int at = random.range(0, 5) * kSpreadChunk;
+    const Bytes pixels = mask_bytes(random, 2 * kSpreadChunk);
+    std::copy(pixels.begin(), pixels.end(), row.begin() + at);
+    const Bytes other = mask_bytes(random, kStride);
     for (const bool maxima : {false, true}) {
-      expect_equal(4 * kWidth, spread_row_plain, spread_row, [&](auto spread, uint8_t* to) {
-        alignas(64) uint8_t rows[5][kWidth];
-        for (auto& target : rows) std::copy_n(row.rbegin() + length, kWidth, target);
-        Bytes tables(static_cast<size_t>(kLevels * kStride));
-        std::copy(row.begin(), row.end(), tables.begin());
-        uint8_t* const targets[4]{rows[0], nullptr, length % 2 == 0 ? nullptr : rows[1], rows[2]};
-        spread(RowSpread{tables.data(), kStride, kLevels, kWidth, &run, 1, targets, rows[4]},
-               maxima);
-        std::copy_n(rows[0], 4 * kWidth, to);
-      });
+      const auto spread_found = [&](bool plain, uint8_t* to) {
+        Bytes tables(static_cast<size_t>(kLevels * kStride), maxima ? 0 : 255);
+        const auto find = plain ? outstanding_pixels_plain : outstanding_pixels;
+        const uint64_t found =
+            find(tables.data(), row.data(), other.data(), row.data(), kChunks, maxima);
+        std::copy_n(tables.begin(), kStride, to);
+        std::copy_n(other.begin(), 2 * kWidth, to + kStride);
+        uint8_t* const targets[3]{to + kStride, nullptr, to + kStride + kWidth};
+        (plain ? spread_row_plain : spread_row)(
+            {tables.data(), kStride, kLevels, found, kWidth, &run, 1, targets}, maxima);
+        std::copy_n(tables.begin(), kStride, to + kStride + 2 * kWidth);
+      };
+      expect_equal(2 * kStride + 2 * kWidth, true, false, spread_found);
     }
   }
 }

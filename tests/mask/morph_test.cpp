@@ -24,12 +24,10 @@ TEST(Morph, EveryAmountAndKind) {
 
 // Small kernels go by runs on images that are too wide for OpenCV; here on small ones.
 void expect_runs(const cv::Mat& src, int amount) {
-  const int side = std::abs(amount) + 1;
-  const cv::Mat kernel = cv::getStructuringElement(cv::MORPH_ELLIPSE, cv::Size(side, side));
   const cv::Mat expected = as_written::morph(src, amount);
   const auto call = [&](const QX_OFFSCREEN* dst) {
     cv::Mat to(src.size(), CV_8UC1, dst->plane[0]);
-    kel::mask::morph_runs(src, to, kernel, amount > 0);
+    kel::mask::morph_runs(src, to, std::abs(amount) + 1, amount > 0);
     return MVK_OK;
   };
   const std::string what = "amount " + std::to_string(amount);
@@ -46,6 +44,17 @@ TEST(Morph, RunsOfSmallKernels) {
       }
     }
   }
+}
+
+// Large images are shared over threads, in bands of rows.
+TEST(Morph, BandsOfLargeImages) {
+  const int threads = cv::getNumThreads();
+  const TestImage mask = test::make_mask(Kind::Rings, 601, 631);
+  for (const int bands : {2, 3, 7}) {
+    cv::setNumThreads(bands);
+    for (const int amount : {7, -8, 21}) expect_morph(mask, amount);
+  }
+  cv::setNumThreads(threads);
 }
 
 }  // namespace
