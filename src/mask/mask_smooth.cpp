@@ -6,6 +6,7 @@
 #include "core/saturate.h"
 #include "mask/binarise.h"
 #include "mask/caller_mat.h"
+#include "mask/enlarge.h"
 #include "mask/make_edge_add.h"
 #include "mask/median.h"
 #include "mask/opencv_limits.h"
@@ -29,7 +30,8 @@ cv::Mat scaled(const cv::Mat& src, cv::Size size) {
 }
 
 void smooth_at_full_size(const cv::Mat& mask, cv::Mat& dst) {
-  const cv::Mat enlarged = scaled(mask, dst.size());
+  cv::Mat enlarged(dst.size(), CV_8UC1);
+  enlarge(enlarged, mask);
   median(enlarged, dst, kFullSizeMedian);
 }
 
@@ -64,12 +66,13 @@ uint32_t use_opencv(const KelPixelRegion& dst, const KelPixelRegion& mask, uint3
 
   cv::Mat binary(coarse.size(), CV_8UC1);
   binarise(coarse, binary, kSure);
-  cv::Mat work = scaled(binary, working);
+  cv::Mat work(working, CV_8UC1);
+  enlarge(work, binary);
   binarise(work, work, kSure);
   if (mode == 1) snap_to_guide(work, packed_mat(guide, CV_8UC3));
   cv::Mat rounded(working, CV_8UC1);
   median(work, rounded, static_cast<int>(ksize));
-  imgproc::resize_plane(smooth, rounded, imageprocess::InterpolationMethod::kLinear);
+  enlarge(smooth, rounded);
   return MVK_OK;
 }
 

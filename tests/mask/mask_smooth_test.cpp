@@ -1,4 +1,5 @@
 // mvk_make_mask_smooth against its pipeline as written, and the steps of the edge refinement.
+#include "mask/enlarge.h"
 #include "mask/make_edge_add.h"
 #include "mask/masks.h"
 #include "support/judged_by_opencv.h"
@@ -39,6 +40,21 @@ void expect_smooth_masks(const TestImage& mask, const cv::Mat& photo, cv::Size s
 
 class MaskSmooth : public test::JudgedByOpenCv {};
 class EdgeRefinement : public test::JudgedByOpenCv {};
+
+TEST_F(MaskSmooth, Enlargement) {
+  test::Random random(1);
+  for (const auto& [width, height] : test::kShapes) {
+    for (const Kind kind : test::kKinds) {
+      const cv::Mat src = as_written::block(test::make_mask(kind, width, height, random.next()));
+      const cv::Mat flat = as_written::scaled(src, {7 * width, 9 * height});
+      for (const cv::Mat& from : {src, flat}) {
+        cv::Mat got(random.range(1, 600), random.range(1, 600), CV_8UC1);
+        kel::mask::enlarge(got, from);
+        ASSERT_EQ(cv::norm(got, as_written::scaled(from, got.size())), 0.0) << from.size();
+      }
+    }
+  }
+}
 
 TEST_F(MaskSmooth, Samples) {
   for (const std::string name : {"collins", "collins_tilted", "hopper"}) {
