@@ -5,8 +5,8 @@
 
 namespace kel::mask {
 
-// cv::medianBlur between matrices of one size that do not overlap, faster for masks; ksize is odd.
-// Images too large for OpenCV are left alone.
+// Same bytes as cv::medianBlur; ksize is odd and below 200, in and out are of bytes, of one size and
+// type, and do not overlap.
 void median(const cv::Mat& in, cv::Mat& out, int32_t ksize);
 
 }  // namespace kel::mask

@@ -12,11 +12,10 @@ namespace kel::mask {
 namespace {
 
 using imageprocess::ColumnHistograms;
-using imageprocess::Plane;
 using imageprocess::RowDecision;
 
-constexpr int32_t kVector = 64;   // longest vector in bytes
-constexpr int32_t kBlock = 1024;  // columns processed at a time, for the cache
+constexpr int32_t kVector = 64;  // longest vector in bytes
+constexpr int32_t kBlock = 512;  // columns processed at a time, for the cache
 
 // Whether every pixel is 0 or 255.
 bool is_binary(const cv::Mat& image) {
@@ -120,8 +119,9 @@ class CountedMedian {
 
   // The open pixels of row y, in runs, which include gaps that are cheaper to slide across.
   void select(int32_t y) {
-    const Plane plane(src_.data, src_.cols, src_.rows, static_cast<int64_t>(src_.step[0]));
-    const ColumnHistograms all{&plane,          radius_,         width_ + 2 * radius_,
+    const imageprocess::Channel channel{src_.data, static_cast<ptrdiff_t>(src_.step[0]), src_.cols,
+                                        src_.rows, 1};
+    const ColumnHistograms all{channel,         radius_,         width_ + 2 * radius_,
                                left_ - radius_, centres_.data(), groups_.data(),
                                values_.data()};
     int32_t first = find_open(0);
@@ -162,8 +162,8 @@ class CountedMedian {
   std::vector<uint8_t> result_;
   std::vector<uint8_t> open_;
   std::vector<int32_t> centres_;
-  std::vector<uint8_t> groups_;
-  std::vector<uint8_t> values_;
+  std::vector<int16_t> groups_;
+  std::vector<int16_t> values_;
 };
 
 }  // namespace

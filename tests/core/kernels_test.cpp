@@ -91,29 +91,35 @@ TEST(Kernels, DecideRow) {
   }
 }
 
+// Runs with gaps in some rows of a mask, and all pixels of the middle channel of a photograph.
 TEST(Kernels, MedianRunByHistograms) {
   constexpr int kWidth = 90;
   constexpr int kHeight = 30;
   test::Random random(3);
   for (const int radius : {1, 3, 8, 20, 99}) {
-    Bytes pixels = mask_bytes(random, kWidth * kHeight);
-    const Plane plane(pixels.data(), kWidth, kHeight, kWidth);
+    const Bytes pixels = mask_bytes(random, 3 * kWidth * kHeight);
     const Bytes open = mask_bytes(random, kWidth * kHeight);
     const int columns = kWidth + 2 * radius;
-    const auto filter = [&](auto median, uint8_t* to) {
+    const auto filter = [&](auto median, uint8_t* to, int step) {
       std::vector<int32_t> centres(static_cast<size_t>(columns), ColumnHistograms::kNever);
-      Bytes groups(static_cast<size_t>(16 * columns));
-      Bytes values(16 * groups.size());
-      const ColumnHistograms all{&plane,         radius,        columns,      -radius,
+      std::vector<int16_t> groups(static_cast<size_t>(16 * columns));
+      std::vector<int16_t> values(16 * groups.size());
+      const Channel channel{pixels.data() + step / 2, step * kWidth, kWidth, kHeight, step};
+      const ColumnHistograms all{channel,        radius,        columns,      -radius,
                                  centres.data(), groups.data(), values.data()};
-      for (int y = 0; y < kHeight; y += 1 + y % 3) {
-        const int first = y * 7 % kWidth;
-        const int row = y * kWidth;
-        median(all, open.data() + row, first, std::min(first + 40, kWidth - 1), y, to + row);
+      for (int y = 0; y < kHeight; y += step == 3 ? 1 : 1 + y % 3) {
+        const Bytes row(open.data() + y * kWidth, open.data() + (y + 1) * kWidth);
+        const int last = step == 3 ? kWidth - 1 : std::min(y * 7 % kWidth + 40, kWidth - 1);
+        int first = step == 3 ? 0 : y * 7 % kWidth;
+        while (step == 1 && first < last && row[static_cast<size_t>(first)] == 0) ++first;
+        median(all, step == 3 ? nullptr : row.data(), first, last, y, to + step * y * kWidth);
       }
     };
-    expect_equal(kWidth * kHeight, median_run_by_histograms_plain, median_run_by_histograms,
-                 filter);
+    for (const int step : {1, 3}) {
+      expect_equal(step * kWidth * kHeight, median_run_by_histograms_plain,
+                   median_run_by_histograms,
+                   [&](auto median, uint8_t* to) { filter(median, to, step); });
+    }
   }
 }
 
