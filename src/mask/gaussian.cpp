@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/kernels/gaussian.h"
+#include "mask/flat_cells.h"
 #include "mask/mirrored_row.h"
 #include "mask/row_bands.h"
 
@@ -75,14 +76,16 @@ std::vector<uint16_t> gaussian_taps(int32_t ksize, double sigma) {
 // The sums along rows are kept while windows hold the row.
 class Gaussian {
  public:
-  Gaussian(const cv::Mat& src, cv::Mat& dst, GaussianTaps along, GaussianTaps across)
+  // Of areas up to `columns` wide.
+  Gaussian(const cv::Mat& src, cv::Mat& dst, GaussianTaps along, GaussianTaps across,
+           int32_t columns)
       : src_(src),
         dst_(dst),
         along_(along),
         across_(across),
         step_(src.channels()),
         kept_(2 * across.radius + kGaussianRows),
-        width_(std::min<int64_t>(kMostSums / kept_ / step_ / kSlack * kSlack, src.cols)),
+        width_(std::min<int64_t>(kMostSums / kept_ / step_ / kSlack * kSlack, columns)),
         rows_(static_cast<size_t>(kept_)) {
     const int pitch = static_cast<int>(width_ * step_ / kSlack * kSlack + 2 * kSlack);
     padded_.create(1, pitch + 2 * along.radius * step_, CV_8UC1);
@@ -90,14 +93,14 @@ class Gaussian {
     spare_.create(1, pitch, CV_8UC1);
   }
 
-  void run(const cv::Range& band) {
-    for (first_ = 0; first_ < src_.cols; first_ += width_) {
-      count_ = std::min(width_, src_.cols - first_);
-      int32_t next = std::max(band.start - across_.radius, 0);  // row whose sums come next
-      for (int32_t y = band.start; y < band.end; y += kGaussianRows) {
+  void run(const cv::Rect& area) {
+    for (first_ = area.x; first_ < area.br().x; first_ += width_) {
+      count_ = std::min(width_, area.br().x - first_);
+      int32_t next = std::max(area.y - across_.radius, 0);  // row whose sums come next
+      for (int32_t y = area.y; y < area.br().y; y += kGaussianRows) {
         const int32_t last = std::min(y + kGaussianRows - 1 + across_.radius, src_.rows - 1);
         while (next <= last) sum_row(next++);
-        sum_across(y, band.end);
+        sum_across(y, area.br().y);
       }
     }
   }
@@ -106,7 +109,7 @@ class Gaussian {
   static constexpr int64_t kMostSums = 1 << 19;  // that stay in the second cache
   static constexpr int64_t kSlack = imageprocess::kGaussianSlack;
 
-  int16_t* row_of_sums(int64_t y) { return sums_.ptr<int16_t>(static_cast<int>(y % kept_)); }
+  int16_t* row_of_sums(int32_t y) { return sums_.ptr<int16_t>(y % kept_); }
 
   // Where the margins are in the image, too, the row is read where it is.
   void sum_row(int32_t y) {
@@ -124,7 +127,7 @@ class Gaussian {
   void sum_across(int32_t y, int32_t end) {
     for (int32_t i = 0; i < kept_; ++i) {
       const int64_t from = mirrored(int64_t{y} - across_.radius + i, src_.rows);
-      rows_[static_cast<size_t>(i)] = row_of_sums(from);
+      rows_[static_cast<size_t>(i)] = row_of_sums(static_cast<int32_t>(from));
     }
     std::array<uint8_t*, kGaussianRows> results{};
     for (int32_t i = 0; i < kGaussianRows; ++i) {
@@ -156,8 +159,14 @@ void gaussian(const cv::Mat& src, cv::Mat& dst, int32_t ksize, double sigma_x, d
   const std::vector<uint16_t> taps_y = gaussian_taps(ksize, sigma_y == 0.0 ? sigma_x : sigma_y);
   const GaussianTaps along{taps_x.data(), static_cast<int32_t>(taps_x.size()) - 1};
   const GaussianTaps across{taps_y.data(), static_cast<int32_t>(taps_y.size()) - 1};
+  const auto filter = [&](const cv::Rect& area) {
+    Gaussian(src, dst, along, across, area.width).run(area);
+  };
+  if (src.channels() == 1 && looks_like_mask(src)) {
+    return for_each_open_area(src, dst, std::max(along.radius, across.radius), filter);
+  }
   for_each_band(src, ksize,
-                [&](const cv::Range& band) { Gaussian(src, dst, along, across).run(band); });
+                [&](const cv::Range& band) { filter({0, band.start, src.cols, band.size()}); });
 }
 
 }  // namespace kel::mask

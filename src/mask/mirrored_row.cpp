@@ -8,6 +8,7 @@
 namespace kel::mask {
 
 int64_t mirrored(int64_t at, int64_t end) {
+  if (at >= 0 && at < end) return at;
   if (end == 1) return 0;
   const int64_t period = 2 * (end - 1);
   const int64_t within = (at % period + period) % period;

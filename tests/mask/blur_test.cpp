@@ -99,6 +99,18 @@ TEST(Smooth, BilateralOfStripsOfColumns) {
   }
 }
 
+// Where windows are flat nothing is computed, up to the mirrored borders.
+TEST(Smooth, MeanAndGaussianOfMasks) {
+  for (const Kind kind : {Kind::Empty, Kind::Soft, Kind::Rings, Kind::Lines, Kind::Dense}) {
+    for (const int ksize : {3, 5, 15, 31, 35, 99, 199}) {
+      const TestImage src = test::make_mask(kind, 700 + ksize, 431, static_cast<uint64_t>(ksize));
+      expect_smooth(src, ksize, MKBlur::Mean);
+      expect_smooth(src, ksize, MKBlur::Gaussian);
+      expect_smooth(src, ksize, MKBlur::Gaussian, 2, 30);
+    }
+  }
+}
+
 // Large images are shared over threads, in bands of rows.
 TEST(Smooth, BandsOfLargeImages) {
   const int threads = cv::getNumThreads();
