@@ -50,28 +50,74 @@ struct Pixels {
   }
 };
 
-// a * b + c, rounded once; a is a byte, so that its product with b is exact in double precision.
-HWY_INLINE FloatVector fused(FloatVector a, FloatVector b, FloatVector c) {
 #if HWY_NATIVE_FMA
+
+// a * b + c, rounded once.
+HWY_INLINE FloatVector fused(FloatVector a, FloatVector b, FloatVector c) {
   return hn::MulAdd(a, b, c);
+}
+
 #else
-  const hn::Repartition<double, Floats> d;
-  const hn::RebindToUnsigned<decltype(d)> d64;
-  const hn::Half<Floats> half;
-  const auto sum = [&](auto x, auto y, auto z) HWY_ATTR {
-    return hn::Add(hn::Mul(hn::PromoteTo(d, x), hn::PromoteTo(d, y)), hn::PromoteTo(d, z));
-  };
-  const auto low = sum(hn::LowerHalf(half, a), hn::LowerHalf(half, b), hn::LowerHalf(half, c));
-  const auto high = sum(hn::UpperHalf(half, a), hn::UpperHalf(half, b), hn::UpperHalf(half, c));
-  // Rounding twice goes wrong only from exactly between two floats. (Sums so small that these lie
-  // elsewhere are exact.)
-  const auto is_between = [&](auto v) HWY_ATTR {
-    const auto beyond = hn::And(hn::BitCast(d64, v), hn::Set(d64, (1U << 29) - 1));
-    return hn::Eq(beyond, hn::Set(d64, 1U << 28));
-  };
-  if (HWY_LIKELY(hn::AllFalse(d64, hn::Or(is_between(low), is_between(high))))) {
-    return hn::Combine(Floats(), hn::DemoteTo(half, high), hn::DemoteTo(half, low));
+
+// The lanes' sums in double precision, in two halves, and these back in single precision.
+#if HWY_TARGET == HWY_WASM  // for which Highway converts no doubles
+struct Doubles {
+  explicit HWY_INLINE Doubles(FloatVector v)
+      : low(wasm_f64x2_promote_low_f32x4(v.raw)),
+        high(wasm_f64x2_promote_low_f32x4(wasm_i64x2_shuffle(v.raw, v.raw, 1, 1))) {}
+  HWY_INLINE void multiply_and_add(const Doubles& factor, const Doubles& addend) {
+    low = wasm_f64x2_add(wasm_f64x2_mul(low, factor.low), addend.low);
+    high = wasm_f64x2_add(wasm_f64x2_mul(high, factor.high), addend.high);
   }
+  // Whether a lane lies exactly between two floats.
+  HWY_INLINE bool is_between() const {
+    const v128_t beyond = wasm_i64x2_splat((1 << 29) - 1);
+    const v128_t middle = wasm_i64x2_splat(1 << 28);
+    return wasm_v128_any_true(wasm_v128_or(wasm_i64x2_eq(wasm_v128_and(low, beyond), middle),
+                                           wasm_i64x2_eq(wasm_v128_and(high, beyond), middle)));
+  }
+  HWY_INLINE FloatVector floats() const {
+    return FloatVector{wasm_i64x2_shuffle(wasm_f32x4_demote_f64x2_zero(low),
+                                          wasm_f32x4_demote_f64x2_zero(high), 0, 2)};
+  }
+  v128_t low;
+  v128_t high;
+};
+#else
+struct Doubles {
+  using D = hn::Repartition<double, Floats>;
+  using Half = hn::Half<Floats>;
+  explicit HWY_INLINE Doubles(FloatVector v)
+      : low(hn::PromoteTo(D(), hn::LowerHalf(Half(), v))),
+        high(hn::PromoteTo(D(), hn::UpperHalf(Half(), v))) {}
+  HWY_INLINE void multiply_and_add(const Doubles& factor, const Doubles& addend) {
+    low = hn::Add(hn::Mul(low, factor.low), addend.low);
+    high = hn::Add(hn::Mul(high, factor.high), addend.high);
+  }
+  // Whether a lane lies exactly between two floats.
+  HWY_INLINE bool is_between() const {
+    const hn::RebindToUnsigned<D> d64;
+    const auto of = [&](auto v) HWY_ATTR {
+      const auto beyond = hn::And(hn::BitCast(d64, v), hn::Set(d64, (1U << 29) - 1));
+      return hn::Eq(beyond, hn::Set(d64, 1U << 28));
+    };
+    return !hn::AllFalse(d64, hn::Or(of(low), of(high)));
+  }
+  HWY_INLINE FloatVector floats() const {
+    return hn::Combine(Floats(), hn::DemoteTo(Half(), high), hn::DemoteTo(Half(), low));
+  }
+  hn::Vec<D> low;
+  hn::Vec<D> high;
+};
+#endif
+
+// a * b + c, rounded once; a is a byte, so that its product with b is exact in double precision.
+// Rounding twice goes wrong only from exactly between two floats. (Sums so small that these lie
+// elsewhere are exact.)
+HWY_INLINE FloatVector fused(FloatVector a, FloatVector b, FloatVector c) {
+  Doubles sum(a);
+  sum.multiply_and_add(Doubles(b), Doubles(c));
+  if (HWY_LIKELY(!sum.is_between())) return sum.floats();
   float factors[kLanes];
   float others[kLanes];
   float sums[kLanes];
@@ -80,8 +126,9 @@ HWY_INLINE FloatVector fused(FloatVector a, FloatVector b, FloatVector c) {
   hn::StoreU(c, Floats(), sums);
   for (int64_t i = 0; i < kLanes; ++i) sums[i] = std::fma(factors[i], others[i], sums[i]);
   return hn::LoadU(Floats(), sums);
-#endif
 }
+
+#endif
 
 // Weights of any difference.
 class AllColours {

@@ -1,0 +1,15 @@
+// std::bit_cast, which emscripten 3.1.6's library lacks. Included in front of the files that use it.
+#pragma once
+
+#include <version>
+
+#ifndef __cpp_lib_bit_cast
+namespace std {
+
+template <class To, class From>
+constexpr To bit_cast(const From& from) noexcept {
+  return __builtin_bit_cast(To, from);
+}
+
+}  // namespace std
+#endif
