@@ -1,8 +1,12 @@
 // Requests to a worker that answers each with its id and either a result or an error's sentence.
+
+const GONE = "A part of the page could not be loaded.";
+
 export class Calls {
   #worker;
   #waiting = new Map();
   #next = 0;
+  #isGone = false; // its program could not be loaded: no answer will ever come
 
   constructor(address, options) {
     this.#worker = new Worker(address, options);
@@ -11,6 +15,7 @@ export class Calls {
   }
 
   ask(message, transfer = []) {
+    if (this.#isGone) return Promise.reject(new Error(GONE));
     const id = ++this.#next;
     return new Promise((resolve, reject) => {
       this.#waiting.set(id, { resolve, reject });
@@ -26,7 +31,8 @@ export class Calls {
   }
 
   #failAll(message) {
-    for (const { reject } of this.#waiting.values()) reject(new Error(message ?? "A part of the page could not be loaded."));
+    this.#isGone = message === undefined;
+    for (const { reject } of this.#waiting.values()) reject(new Error(message ?? GONE));
     this.#waiting.clear();
   }
 }
