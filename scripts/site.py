@@ -103,6 +103,13 @@ class Site:
             title = re.search(r"<h1[^>]*>(.*?)</h1>", body)
             self.write(address, f"{re.sub('<.*?>', '', title[1])} · Morvik" if title else "Morvik", body)
 
+    def lead_back(self):
+        """Doxygen's pages know nothing of the site around them."""
+        for page in (self.out / "reference").glob("*.html"):
+            text = page.read_text(encoding="utf-8")
+            name = '<div id="projectname">Morvik'
+            page.write_text(text.replace(name, name.replace("Morvik", '<a href="../index.html">Morvik</a>')), encoding="utf-8")
+
     def write_first(self):
         """The README under a photograph before and after, which says what the README's first lines say."""
         body = self.rendered(Path("README.md"))
@@ -180,6 +187,7 @@ def main():
     site.write_first()
     site.write_documents()
     site.write_sources()
+    site.lead_back()
     studio = out / "studio/index.html"
     studio.write_text(studio.read_text(encoding="utf-8").replace("<!-- navigation of the site -->", navigation("../")), encoding="utf-8")
     found = list(faults(out))
