@@ -163,13 +163,19 @@ void add_full_hd() {
   }
   const Image mask = scaled(kUntidy, kFullHd);
   for (const int ksize : {3, 5}) add_smooth("photographer", mask, ksize, MKBlur::Median);
-  for (const int ksize : {5, 25, 199}) {
-    for (const MKBlur type : {MKBlur::Mean, MKBlur::Gaussian}) {
+  const Image colour = photo(kFullHd);
+  const Image gray = share(TestImage(QX_FMT_GRAY, kFullHd.width, kFullHd.height));
+  mvk_convert(gray->get(), colour->get());
+  for (const MKBlur type : {MKBlur::Mean, MKBlur::Gaussian}) {
+    for (const int ksize : {3, 5, 9, 25, 99, 199}) {
       add_smooth("photographer", mask, ksize, type);
-      add_smooth("a photograph", photo(kFullHd), ksize, type);
+      add_smooth("a photograph", colour, ksize, type);
     }
   }
-  add_smooth("a photograph", photo(kFullHd), 9, MKBlur::Median);
+  for (const int ksize : {3, 5, 7, 13, 25, 27, 99, 199}) {
+    add_smooth("a photograph", colour, ksize, MKBlur::Median);
+    add_smooth("a gray photograph", gray, ksize, MKBlur::Median);
+  }
   add_smooth("photographer", mask, 9, MKBlur::Bilateral);
 }
 
@@ -188,7 +194,11 @@ void add_worst_cases() {
       add_mask_smooth(name, coarse, kFullHd, 1, limit);
     }
     for (const int amount : {3, 8, 50}) add_morph(name, mask, amount);
-    for (const int ksize : {3, 5, 7, 25, 99}) add_smooth(name, mask, ksize, MKBlur::Median);
+    for (const int ksize : {3, 5, 7, 25, 99}) {
+      for (const MKBlur type : {MKBlur::Mean, MKBlur::Median, MKBlur::Gaussian}) {
+        add_smooth(name, mask, ksize, type);
+      }
+    }
     // OpenCV's contours of noise take seconds at full size.
     add_holes(name, share(test::make_mask(kind, 480, 270)));
   }

@@ -13,7 +13,7 @@ cmake --build --preset release >&2
 
 filter=${1:-.}
 [ "$filter" != --write ] || filter=.
-families=(plain mask outline face)
+families=(frame plain mask outline face)
 rm -rf out/bench
 mkdir -p out/bench
 for family in "${families[@]}"; do
