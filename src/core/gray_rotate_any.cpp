@@ -51,6 +51,7 @@ float half(int64_t size) { return static_cast<float>(static_cast<double>(size) *
 void gray_rotate_any(PixelRegion_<QX_FMT_GRAY>& dst, const PixelRegion_<QX_FMT_GRAY>& src,
                      Point2D_<float> centre, float angle) {
   const double theta = angle * kMinusRadiansPerDegree;
+  // The C library's last bit decides about pixels here; no exported function comes this way.
   const double s = std::sin(theta);
   const double c = std::cos(theta);
   const int64_t src_width = src.plane.row_bytes;

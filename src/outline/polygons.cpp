@@ -2,13 +2,15 @@
 
 #include <opencv2/imgproc.hpp>
 
+#include "outline/closed_length.h"
+
 namespace outline {
 
 void use_approxPolyDP(kel::Contours& contours) {
   constexpr double kTolerance = 0.01F;  // of the length; the single-precision value
   kel::Contour polygon;
   for (kel::Contour& contour : contours) {
-    cv::approxPolyDP(contour, polygon, cv::arcLength(contour, true) * kTolerance, true);
+    cv::approxPolyDP(contour, polygon, closed_length(contour) * kTolerance, true);
     contour.swap(polygon);
   }
 }

@@ -7,6 +7,7 @@
 #include "core/contours/fill_contours.h"
 #include "core/contours/trace_contours.h"
 #include "core/saturate.h"
+#include "outline/closed_length.h"
 #include "outline/main_contours.h"
 
 namespace outline {
@@ -15,7 +16,7 @@ namespace {
 // cv::blur refuses windows of more than 2^16 integers; contours so long stay as they are.
 void smooth_contour(kel::Contour& contour, double share) {
   constexpr uint32_t kTooLong = 1 << 16;
-  const uint32_t length = kel::saturate_to_uint32(cv::arcLength(contour, true) * share);
+  const uint32_t length = kel::saturate_to_uint32(closed_length(contour) * share);
   if (length < 2 || length >= kTooLong) return;
   contour = moving_mean(contour, length | 1);
 }

@@ -165,4 +165,23 @@ TEST(Landmarks, BandOnTheLineToTheApex) {
   EXPECT_FLOAT_EQ(get_intersection({500, 1}, {500, 2}, {0, 0}, {0, 2}).y, 2.0F);  // 0.11 degrees
 }
 
+// Against the angle as the C library measures it.
+TEST(Landmarks, LinesBelowATenthOfADegreeAreParallel) {
+  using Point2 = kel::Point2D_<float>;
+  test::Random random(9);
+  const auto coordinate = [&](int reach) {
+    return static_cast<float>(random.range(-reach, reach));
+  };
+  for (int i = 0; i < 1000000; ++i) {
+    const Point2 u{coordinate(2000), coordinate(2000)};
+    const Point2 v{2.0F * u.x + coordinate(9), 2.0F * u.y + coordinate(9)};
+    const float cosine = (u.x * v.x + u.y * v.y) / (std::hypot(v.x, v.y) * std::hypot(u.x, u.y));
+    const auto degrees = static_cast<float>(std::acos(cosine) * 180.0 * 0.3183098861837907);
+    const Point2 c{-30000.0F, -30000.0F};  // so far away that no intersection is at (0, 0)
+    const Point2 met =
+        mvk::face::get_intersection({c.x + u.x, c.y + u.y}, {c.x + v.x, c.y + v.y}, c, c);
+    ASSERT_EQ(met.x == 0.0F && met.y == 0.0F, !(degrees >= 0.1F)) << u.x << ' ' << u.y;
+  }
+}
+
 }  // namespace

@@ -1,10 +1,13 @@
 // mvk_smooth against the OpenCV calls that define it.
 #include "mask/masks.h"
+#include "support/judged_by_opencv.h"
 
 namespace {
 
 using test::Kind;
 using test::TestImage;
+
+class Smooth : public test::JudgedByOpenCv {};
 
 void expect_smooth(const TestImage& src, int ksize, MKBlur type, uint32_t p1 = 0, uint32_t p2 = 0) {
   const cv::Mat expected = as_written::blur(as_written::block(src), {}, ksize, type, p1, p2);
@@ -13,7 +16,7 @@ void expect_smooth(const TestImage& src, int ksize, MKBlur type, uint32_t p1 = 0
   });
 }
 
-TEST(Smooth, MedianOfEveryKernelAndKind) {
+TEST_F(Smooth, MedianOfEveryKernelAndKind) {
   test::Random random(2);
   for (int ksize = 1; ksize < 200; ksize += 2) {
     for (const Kind kind : test::kKinds) {
@@ -24,7 +27,7 @@ TEST(Smooth, MedianOfEveryKernelAndKind) {
 }
 
 // Rectangles from single pixels to whole rows, at every place relative to vectors and borders.
-TEST(Smooth, SmallMedianOfFlatAreas) {
+TEST_F(Smooth, SmallMedianOfFlatAreas) {
   test::Random random(5);
   for (const int width : {66, 67, 68, 69, 127, 128, 131, 132, 197, 400, 65536, 65537}) {
     TestImage src(QX_FMT_GRAY, width, 50);
@@ -39,7 +42,7 @@ TEST(Smooth, SmallMedianOfFlatAreas) {
   }
 }
 
-TEST(Smooth, EveryTypeAndShape) {
+TEST_F(Smooth, EveryTypeAndShape) {
   test::Random random(3);
   for (const auto& [width, height] : test::kShapes) {
     for (uint32_t draw = 0; draw < 120; ++draw) {
@@ -55,7 +58,7 @@ TEST(Smooth, EveryTypeAndShape) {
 }
 
 // Every kernel on images of some vectors, on smaller ones than the kernel, and on white ones.
-TEST(Smooth, EveryKernel) {
+TEST_F(Smooth, EveryKernel) {
   test::Random random(4);
   for (int ksize = 1; ksize < 200; ksize += 2) {
     const uint32_t format = ksize % 4 == 1 ? QX_FMT_GRAY : QX_FMT_RGB24;
@@ -73,7 +76,7 @@ TEST(Smooth, EveryKernel) {
 
 // Gray levels far apart and near ones, flat areas, rows that end anywhere in a vector, kernels
 // larger than the image, weights that vanish and weights that do not fall.
-TEST(Smooth, BilateralOfManyKernels) {
+TEST_F(Smooth, BilateralOfManyKernels) {
   test::Random random(6);
   for (int i = 0; i < 120; ++i) {
     const bool is_large = i % 20 == 0;
@@ -90,7 +93,7 @@ TEST(Smooth, BilateralOfManyKernels) {
   }
 }
 
-TEST(Smooth, BilateralOfStripsOfColumns) {
+TEST_F(Smooth, BilateralOfStripsOfColumns) {
   for (const int width : {2047, 2048, 2049, 2070, 4100}) {
     for (const Kind kind : {Kind::Noise, Kind::Soft, Kind::Full}) {
       expect_smooth(test::make_mask(kind, width, 12), 7, MKBlur::Bilateral, 30, 4);
@@ -100,7 +103,7 @@ TEST(Smooth, BilateralOfStripsOfColumns) {
 }
 
 // Where windows are flat nothing is computed, up to the mirrored borders.
-TEST(Smooth, MeanAndGaussianOfMasks) {
+TEST_F(Smooth, MeanAndGaussianOfMasks) {
   for (const Kind kind : {Kind::Empty, Kind::Soft, Kind::Rings, Kind::Lines, Kind::Dense}) {
     for (const int ksize : {3, 5, 15, 31, 35, 99, 199}) {
       const TestImage src = test::make_mask(kind, 700 + ksize, 431, static_cast<uint64_t>(ksize));
@@ -112,7 +115,7 @@ TEST(Smooth, MeanAndGaussianOfMasks) {
 }
 
 // Large images are shared over threads, in bands of rows.
-TEST(Smooth, BandsOfLargeImages) {
+TEST_F(Smooth, BandsOfLargeImages) {
   const int threads = cv::getNumThreads();
   const TestImage src(QX_FMT_RGB24, 601, 631);
   for (const int bands : {2, 3, 7}) {
@@ -129,7 +132,7 @@ TEST(Smooth, BandsOfLargeImages) {
 
 // OpenCV's product of width and kernel leaves its int and becomes a small buffer. What does not
 // reach the borders of a part is the same in the whole.
-TEST(Smooth, RowsTooLongForOpenCv) {
+TEST_F(Smooth, RowsTooLongForOpenCv) {
   constexpr int kWidth = 21600000;
   constexpr int kPart = 300;
   TestImage src(QX_FMT_GRAY, kWidth, 2);

@@ -5,6 +5,7 @@
 #include <opencv2/imgproc.hpp>
 #include <utility>
 
+#include "outline/closed_length.h"
 #include "outline/smoothing.h"
 #include "reference/judge.h"
 #include "reference/outline.h"
@@ -136,6 +137,17 @@ TEST_F(Outline, MovingMeanIsThatOfABlur) {
     cv::blur(contour, expected, cv::Size(window, 1), cv::Point(-1, -1), cv::BORDER_REFLECT_101);
     EXPECT_TRUE(outline::moving_mean(contour, window) == expected)
         << contour.size() << " points within " << reach << ", window " << window;
+  }
+}
+
+TEST_F(Outline, ClosedLengthIsOpenCvs) {
+  if (!as_written::kOpenCvIsJudge) GTEST_SKIP() << "another OpenCV: the stored digests judge";
+  for (int round = 0; round < 2000; ++round) {
+    kel::Contour contour(static_cast<size_t>(random_.range(1, 300)));
+    const int reach = 1 << random_.range(1, 30);
+    for (cv::Point& point : contour)
+      point = {random_.range(-reach, reach), random_.range(0, reach)};
+    ASSERT_EQ(outline::closed_length(contour), cv::arcLength(contour, true)) << "reach " << reach;
   }
 }
 
