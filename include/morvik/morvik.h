@@ -250,10 +250,6 @@ enum { MKBlur_Mean = 0, MKBlur_Median = 1, MKBlur_Gaussian = 2, MKBlur_Bilateral
  *             colour space
  *   param2    Gaussian: vertical sigma in pixels, 0 takes param1's; Bilateral: sigma in space, in
  *             pixels (a sigma of 0 is taken as 1)
- *
- * Nothing is written, with MVK_OK, where OpenCV's buffers of less than 2^31 bytes do not suffice:
- * for very long rows in Bilateral (above some 7,000,000 RGB24 pixels at ksize 199; the limit grows
- * as ksize shrinks).
  */
 MVK_API uint32_t mvk_smooth(const QX_OFFSCREEN* src, const QX_OFFSCREEN* dst, uint32_t ksize,
                             MKBlur type, uint32_t reserved, uint32_t param1, uint32_t param2);
