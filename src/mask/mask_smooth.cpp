@@ -72,6 +72,7 @@ uint32_t use_opencv(const KelPixelRegion& dst, const KelPixelRegion& mask, uint3
   if (mode == 1) snap_to_guide(work, packed_mat(guide, CV_8UC3));
   cv::Mat rounded(working, CV_8UC1);
   median(work, rounded, static_cast<int>(ksize));
+  work.release();
   enlarge(smooth, rounded);
   return MVK_OK;
 }

@@ -181,7 +181,7 @@ class Strip {
 }  // namespace
 
 void morph_runs(const cv::Mat& src, cv::Mat& dst, int32_t side, bool dilate) {
-  constexpr int32_t kWidest = 32 * kChunk;  // with its margins at most 64 chunks
+  constexpr int32_t kWidest = 24 * kChunk;  // with its margins at most 64 chunks
   const Ellipse ellipse(side);
   const int32_t widest = std::min(src.cols, kWidest);
   for_each_band(src, 4 * side, [&](const cv::Range& rows) {
