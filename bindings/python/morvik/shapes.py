@@ -102,7 +102,7 @@ def outlines_to_svg(outlines: Outlines, size: Sequence[int], *, color: str = "#e
     width, height = size_of(size)
     paths = []
     for outline in _outlines_of(outlines):
-        text = "L".join(f"{x},{y} " for x, y in outline.tolist())
+        text = "L".join(f"{x},{y} " for x, y in outline)
         paths.append(f"M{text}Z\n")
     color = "".join(c for c in color if c not in "<>&\"'")
     # Points are pixel centres, so the picture's corner lies half a pixel before the origin.
@@ -139,10 +139,11 @@ def outlines_to_geojson(outlines: Outlines) -> Dict[str, Any]:
     around = []
     for i, ring in enumerate(rings):
         boxed = ((low[:i] <= ring[0]) & (ring[0] <= high[:i])).all(axis=1)
-        around.append([j for j in np.flatnonzero(boxed).tolist() if _inside(ring[0], rings[j])])
+        around.append([int(j) for j in np.flatnonzero(boxed) if _inside(ring[0], rings[j])])
     polygons: Dict[int, List[Any]] = {}
     for i, ring in enumerate(rings):
-        closed = [tuple(point) for point in ring.tolist()] + [tuple(ring[0].tolist())]
+        points: Any = ring.tolist()
+        closed = [tuple(point) for point in [*points, points[0]]]
         if len(around[i]) % 2 == 0:
             polygons[i] = [closed]
         else:
@@ -175,7 +176,7 @@ def mask_to_coco_rle(mask: Image, *, level: int = 127) -> Dict[str, Any]:
     mask = source(mask, "mask", 1, packed=False)
     bits = np.zeros(mask.size + 1, np.int8)
     bits[1:] = (mask > whole(level, "level", 0, 254)).ravel(order="F")
-    counts = np.diff(np.flatnonzero(np.diff(bits)), prepend=0, append=mask.size).tolist()
+    counts = [int(n) for n in np.diff(np.flatnonzero(np.diff(bits)), prepend=0, append=mask.size)]
     # A run is written as the difference to the run before the last, from the fourth on.
     deltas = counts[:3] + [now - before for now, before in zip(counts[3:], counts[1:])]
     return {"size": list(mask.shape), "counts": "".join(map(_rle_text, deltas))}

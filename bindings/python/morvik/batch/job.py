@@ -83,7 +83,7 @@ def _convert(photo: Any, format: str | None) -> Any:
 
 
 def _forehead(landmarks: Any, image_size: tuple[int, int]) -> str:
-    return "".join(f"{x},{y}\n" for x, y in faces.forehead(landmarks, image_size).tolist())
+    return "".join(f"{x},{y}\n" for x, y in faces.forehead(landmarks, image_size))
 
 
 OPERATIONS = {
