@@ -1,4 +1,5 @@
-// std::bit_cast, which emscripten 3.1.6's library lacks. Included in front of the files that use it.
+// std::bit_cast, which emscripten 3.1.6's library lacks. Included in front of the files that use
+// it.
 #pragma once
 
 #include <version>

@@ -80,8 +80,9 @@ constexpr std::array<double, 15> kFactors = [] {
 
 }  // namespace
 
-// Double precision decides nearly always what to round to. Where it does not, the result is computed
-// with a relative error below 2^-95; only a midpoint of two floats that is closer could be missed.
+// Double precision decides nearly always what to round to. Where it does not, the result is
+// computed with a relative error below 2^-95; only a midpoint of two floats that is closer could be
+// missed.
 float exp_of_negative(double x) {
   constexpr double kError = 0x1p-47;  // relative; what the operations below add up to is 2^-50
   if (x < -104.0) return 0.0F;        // below half of the smallest number

@@ -31,9 +31,7 @@ double radial_scale(const kel::Contour& contour, cv::Point2d centre, uint16_t ex
     return (distance + expand_size) / distance;
   };
   double scale = scale_at(contour.front());
-  for (const cv::Point point : contour) {
-    if (const double other = scale_at(point); other > scale) scale = other;
-  }
+  for (const cv::Point point : contour) scale = std::max(scale, scale_at(point));
   return scale;
 }
 

@@ -8,7 +8,8 @@ namespace {
 enum Side { kInside = 0, kBefore = 1, kBehind = 2 };
 
 int side_of(int64_t value, int64_t last) {
-  return value < 0 ? kBefore : value > last ? kBehind : kInside;
+  if (value < 0) return kBefore;
+  return value > last ? kBehind : kInside;
 }
 
 int outside(Point64 p, int64_t right, int64_t bottom) {

@@ -22,19 +22,19 @@ using Vec = hn::Vec<Bytes>;
 struct Larger {
   static constexpr uint8_t kNothing = 0;
   HWY_INLINE Vec operator()(Vec a, Vec b) const { return hn::Max(a, b); }
-  HWY_INLINE Vec weaker(Vec a, Vec b) const { return hn::Min(a, b); }
+  static HWY_INLINE Vec weaker(Vec a, Vec b) { return hn::Min(a, b); }
 };
 struct Smaller {
   static constexpr uint8_t kNothing = 255;
   HWY_INLINE Vec operator()(Vec a, Vec b) const { return hn::Min(a, b); }
-  HWY_INLINE Vec weaker(Vec a, Vec b) const { return hn::Max(a, b); }
+  static HWY_INLINE Vec weaker(Vec a, Vec b) { return hn::Max(a, b); }
 };
 
 // Pixels that do not stand out are no stronger than both of the others: what they exceed them by.
 template <class Extreme>
 HWY_INLINE Vec excess(const uint8_t* row, const uint8_t* a, const uint8_t* b, Extreme extreme) {
   const Bytes d;
-  const auto weaker = extreme.weaker(hn::LoadU(d, a), hn::LoadU(d, b));
+  const auto weaker = Extreme::weaker(hn::LoadU(d, a), hn::LoadU(d, b));
   return hn::Xor(extreme(weaker, hn::LoadU(d, row)), weaker);
 }
 

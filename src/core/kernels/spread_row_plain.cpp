@@ -7,6 +7,7 @@ namespace kel::imageprocess {
 uint64_t outstanding_pixels_plain(uint8_t* to, const uint8_t* row, const uint8_t* a,
                                   const uint8_t* b, int32_t chunks, bool maxima) {
   uint64_t occupied = 0;
+  const auto nothing = static_cast<uint8_t>(maxima ? 0 : 255);
   const auto stands_out = [&](int32_t x) {
     return maxima ? row[x] > std::min(a[x], b[x]) : row[x] < std::max(a[x], b[x]);
   };
@@ -18,7 +19,7 @@ uint64_t outstanding_pixels_plain(uint8_t* to, const uint8_t* row, const uint8_t
     if (!any) continue;
     occupied |= uint64_t{1} << chunk;
     for (int32_t x = first; x < end; ++x) {
-      to[x] = stands_out(x) ? row[x] : static_cast<uint8_t>(maxima ? 0 : 255);
+      to[x] = stands_out(x) ? row[x] : nothing;
     }
   }
   return occupied;

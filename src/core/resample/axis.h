@@ -64,7 +64,8 @@ struct Cover {
   float last_weight;
 
   float weight_of(int64_t i) const {
-    return i == 0 ? first_weight : i == count - 1 ? last_weight : weight;
+    if (i == 0) return first_weight;
+    return i == count - 1 ? last_weight : weight;
   }
 };
 Cover cover(const Axis& axis, int64_t at);
