@@ -22,7 +22,8 @@ class Random {
     return static_cast<uint32_t>(state_ >> 32);
   }
   int range(int low, int high) {  // both ends included
-    return low + static_cast<int>(next() % static_cast<uint32_t>(high - low + 1));
+    const auto count = static_cast<uint32_t>(int64_t{high} - low + 1);
+    return static_cast<int>(low + int64_t{next() % count});
   }
 
  private:
