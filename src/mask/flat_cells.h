@@ -1,5 +1,5 @@
-// What blurs of a mask need not compute: windows of one value give that value. A mean of equal
-// bytes is exact after rounding, and the taps of a Gaussian add up to 1 in its fixed-point numbers.
+// What the Gaussian of a mask need not compute: windows of one value give that value, as its taps
+// add up to 1 in its fixed-point numbers.
 #pragma once
 
 #include <cstdint>

@@ -162,7 +162,9 @@ void gaussian(const cv::Mat& src, cv::Mat& dst, int32_t ksize, double sigma_x, d
   const auto filter = [&](const cv::Rect& area) {
     Gaussian(src, dst, along, across, area.width).run(area);
   };
-  if (src.channels() == 1 && looks_like_mask(src)) {
+  // To find the flat cells costs more than a small kernel.
+  constexpr int32_t kSmallKernel = 5;
+  if (ksize > kSmallKernel && src.channels() == 1 && looks_like_mask(src)) {
     return for_each_open_area(src, dst, std::max(along.radius, across.radius), filter);
   }
   for_each_band(src, ksize,

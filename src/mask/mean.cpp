@@ -6,7 +6,6 @@
 
 #include "core/kernels/mean.h"
 #include "core/kernels/transpose.h"
-#include "mask/flat_cells.h"
 #include "mask/mirrored_row.h"
 #include "mask/row_bands.h"
 
@@ -19,16 +18,14 @@ using imageprocess::kMeanRows;
 // need stays in the first cache.
 class Mean {
  public:
-  Mean(const cv::Mat& src, cv::Mat& dst, int32_t ksize, const cv::Rect& area)
+  Mean(const cv::Mat& src, cv::Mat& dst, int32_t ksize)
       : src_(src),
         dst_(dst),
         ksize_(ksize),
         radius_(ksize / 2),
         step_(src.channels()),
-        left_(area.x),
-        right_(area.br().x),
         chunk_(std::max<int64_t>(kChunk / step_, 2 * radius_)),
-        sums_(static_cast<size_t>((end_of_columns() - first_column()) * step_)),
+        sums_(static_cast<size_t>(row_bytes())),
         columns_(static_cast<int>((ksize + chunk_ + 2) * step_), kMeanRows, CV_16UC1),
         means_(static_cast<int>((chunk_ + 1) * step_ + 1) / 2, 2 * kMeanRows, CV_8UC1),
         last_rows_(kMeanRows, static_cast<int>(chunk_) * step_, CV_8UC1) {}
@@ -51,15 +48,11 @@ class Mean {
 
   const uint8_t* row(int64_t y) const { return src_.ptr(static_cast<int>(mirrored(y, src_.rows))); }
 
-  // Columns of the image that the windows of [left_, right_) reach, and one more.
-  int64_t first_column() const { return std::max<int64_t>(left_ - radius_, 0); }
-  int64_t end_of_columns() const { return std::min<int64_t>(right_ + radius_ + 1, src_.cols); }
-
   // The windows of the row above the first result.
   void start(int32_t y) {
     std::fill(sums_.begin(), sums_.end(), uint16_t{0});
     for (int32_t at = -radius_ - 1; at < radius_; ++at) {
-      const uint8_t* from = row(y + at) + first_column() * step_;
+      const uint8_t* from = row(y + at);
       for (size_t x = 0; x < sums_.size(); ++x)
         sums_[x] = static_cast<uint16_t>(sums_[x] + from[x]);
     }
@@ -68,20 +61,20 @@ class Mean {
   void filter_rows(cv::Mat rows) {
     imageprocess::WindowSums windows{};
     columns_.rowRange(0, ksize_ * step_).setTo(0);
-    origin_ = left_ - radius_ - ksize_;
-    int64_t ready = first_column();  // columns of the image that have been summed
-    for (int64_t x = left_ - 2 * int64_t{radius_}; x < right_;) {
-      const int64_t pixels = x < left_ ? left_ - x : std::min(chunk_, right_ - x);
+    origin_ = -radius_ - ksize_;
+    int64_t ready = 0;  // columns of the image that have been summed
+    for (int64_t x = -2 * radius_; x < src_.cols;) {
+      const int64_t pixels = x < 0 ? -x : std::min(chunk_, src_.cols - x);
       // One more than windows reach: the outermost of the mirrored ones.
       const int64_t next = std::min<int64_t>(x + pixels + radius_ + 1, src_.cols);
       if (next > ready) slide_down(ready, next);
-      if (x < left_) mirror(left_ - radius_, 0);
+      if (x < 0) mirror(-radius_, 0);
       mirror(std::max<int64_t>(next, x + radius_), x + pixels + radius_);
       ready = next;
       const int64_t single = row_bytes() / 8 * 8 - x * step_;
       imageprocess::mean_along(windows, {reinterpret_cast<uint8_t(*)[kMeanRows][2]>(means_.data),
                                          column(x + radius_), pixels, single, ksize_, step_});
-      if (x >= left_) turn(rows, x, pixels);
+      if (x >= 0) turn(rows, x, pixels);
       x += pixels;
       keep_from(x + radius_ - ksize_);
     }
@@ -96,8 +89,8 @@ class Mean {
     std::array<const uint8_t*, kMeanRows> leaving = leaving_;
     for (const uint8_t*& from : entering) from += first * step_;
     for (const uint8_t*& from : leaving) from += first * step_;
-    imageprocess::slide_down(column(first), sums_.data() + (first - first_column()) * step_,
-                             entering.data(), leaving.data(), (end - first) * step_);
+    imageprocess::slide_down(column(first), sums_.data() + first * step_, entering.data(),
+                             leaving.data(), (end - first) * step_);
   }
 
   // Columns beyond the image's sides.
@@ -131,8 +124,6 @@ class Mean {
   const int32_t ksize_;
   const int32_t radius_;
   const int step_;
-  const int32_t left_;  // of the results
-  const int32_t right_;
   const int64_t chunk_;  // pixels
   std::array<const uint8_t*, kMeanRows> entering_{};
   std::array<const uint8_t*, kMeanRows> leaving_{};
@@ -147,14 +138,7 @@ class Mean {
 
 void mean(const cv::Mat& src, cv::Mat& dst, int32_t ksize) {
   if (ksize == 1) return src.copyTo(dst);
-  const auto filter = [&](const cv::Rect& area) {
-    Mean(src, dst, ksize, area).run({area.y, area.br().y});
-  };
-  if (src.channels() == 1 && looks_like_mask(src)) {
-    return for_each_open_area(src, dst, ksize / 2, filter);
-  }
-  for_each_band(src, 2 * ksize,
-                [&](const cv::Range& band) { filter({0, band.start, src.cols, band.size()}); });
+  for_each_band(src, 2 * ksize, [&](const cv::Range& band) { Mean(src, dst, ksize).run(band); });
 }
 
 }  // namespace kel::mask
