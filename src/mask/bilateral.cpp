@@ -7,6 +7,7 @@
 
 #include "core/elementary.h"
 #include "core/kernels/bilateral.h"
+#include "core/mirrored.h"
 #include "mask/mirrored_row.h"
 #include "mask/row_bands.h"
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/kernels/gaussian.h"
+#include "core/mirrored.h"
 #include "mask/flat_cells.h"
 #include "mask/mirrored_row.h"
 #include "mask/row_bands.h"

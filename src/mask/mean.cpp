@@ -6,7 +6,7 @@
 
 #include "core/kernels/mean.h"
 #include "core/kernels/transpose.h"
-#include "mask/mirrored_row.h"
+#include "core/mirrored.h"
 #include "mask/row_bands.h"
 
 namespace kel::mask {

@@ -7,14 +7,6 @@
 
 namespace kel::mask {
 
-int64_t mirrored(int64_t at, int64_t end) {
-  if (at >= 0 && at < end) return at;
-  if (end == 1) return 0;
-  const int64_t period = 2 * (end - 1);
-  const int64_t within = (at % period + period) % period;
-  return within < end ? within : period - within;
-}
-
 void copy_mirrored(uint8_t* to, const uint8_t* row, int64_t width, int pixel_bytes, int64_t first,
                    int64_t count) {
   const int64_t period = 2 * (width - 1);

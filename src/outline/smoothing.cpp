@@ -6,6 +6,7 @@
 #include "core/contours/contours.h"
 #include "core/contours/fill_contours.h"
 #include "core/contours/trace_contours.h"
+#include "core/mirrored.h"
 #include "core/saturate.h"
 #include "outline/closed_length.h"
 #include "outline/main_contours.h"
@@ -27,10 +28,7 @@ void smooth_contour(kel::Contour& contour, double share) {
 // the last one of an odd count in double precision; either way they are rounded to even.
 kel::Contour moving_mean(const kel::Contour& contour, int64_t window) {
   const auto count = static_cast<int64_t>(contour.size());
-  const auto at = [&](int64_t i) {
-    while (count > 1 && (i < 0 || i >= count)) i = i < 0 ? -i : 2 * (count - 1) - i;
-    return contour[static_cast<size_t>(count > 1 ? i : 0)];
-  };
+  const auto at = [&](int64_t i) { return contour[static_cast<size_t>(kel::mirrored(i, count))]; };
   const int64_t half = window / 2;
   uint32_t x = 0;
   uint32_t y = 0;
