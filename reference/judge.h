@@ -12,5 +12,6 @@ inline constexpr bool kOpenCvIsJudge = true;
 #else
 inline constexpr bool kOpenCvIsJudge = false;
 #endif
+inline constexpr const char* kOtherJudge = "another OpenCV: the stored digests judge";
 
 }  // namespace as_written

@@ -85,7 +85,7 @@ class Outline : public testing::Test {
 // Boxes inside each other, overlapping or of equal size, each inverting the pixels it covers:
 // specks, rings, islands in holes, shapes at borders.
 TEST_F(Outline, AsByHandOnBoxes) {
-  if (!as_written::kOpenCvIsJudge) GTEST_SKIP() << "another OpenCV: the stored digests judge";
+  if (!as_written::kOpenCvIsJudge) GTEST_SKIP() << as_written::kOtherJudge;
   for (int round = 0; round < 12000 && !HasFailure(); ++round) {
     TestImage image(QX_FMT_GRAY, random_.range(1, 12 + round % 140), random_.range(1, 150));
     image.fill(0);
@@ -110,7 +110,7 @@ TEST_F(Outline, AsByHandOnBoxes) {
 }
 
 TEST_F(Outline, AsByHandOnMasksOfPeople) {
-  if (!as_written::kOpenCvIsJudge) GTEST_SKIP() << "another OpenCV: the stored digests judge";
+  if (!as_written::kOpenCvIsJudge) GTEST_SKIP() << as_written::kOtherJudge;
   for (const char* name : {"collins_mask_256x256.png", "hopper_frame_mask_256x144.png",
                            "photographer_mask_256x256.png"}) {
     const TestImage mask = test::sample_mask(name);
@@ -141,7 +141,7 @@ TEST_F(Outline, MovingMeanIsThatOfABlur) {
 }
 
 TEST_F(Outline, ClosedLengthIsOpenCvs) {
-  if (!as_written::kOpenCvIsJudge) GTEST_SKIP() << "another OpenCV: the stored digests judge";
+  if (!as_written::kOpenCvIsJudge) GTEST_SKIP() << as_written::kOtherJudge;
   for (int round = 0; round < 2000; ++round) {
     kel::Contour contour(static_cast<size_t>(random_.range(1, 300)));
     const int reach = 1 << random_.range(1, 30);

@@ -11,7 +11,7 @@ namespace test {
 class JudgedByOpenCv : public testing::Test {
  protected:
   void SetUp() override {
-    if (!as_written::kOpenCvIsJudge) GTEST_SKIP() << "another OpenCV: the stored digests judge";
+    if (!as_written::kOpenCvIsJudge) GTEST_SKIP() << as_written::kOtherJudge;
   }
 };
 
