@@ -61,7 +61,7 @@ void expect_moved(const TestImage& src) {
   }
 }
 
-// The last shapes are processed in bands and strips.
+// The last shapes are processed in tiles.
 TEST(Move, EveryFormatShapeAngleAndPadding) {
   std::vector<test::Shape> shapes = test::kShapes;
   shapes.insert(shapes.end(), {{8, 16}, {7, 16}, {8, 15}, {130, 530}, {16, 1100}, {700, 33}});

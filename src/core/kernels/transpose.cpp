@@ -2,6 +2,7 @@
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "core/kernels/transpose.cpp"
+#include <hwy/cache_control.h>
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
@@ -160,30 +161,111 @@ struct Block3 {
   }
 };
 
-// Strips of columns a few cache lines wide are walked downwards: whole lines of src are used, in an
-// order that hardware prefetching follows, and the rows of dst grow from left to right. Bands of
-// rows keep the pages of src that the next strip needs in the TLB. Blocks that would pass the end
-// are moved back and overlap the ones before.
+// Walks the cache lines of a rectangle of src row by row and asks for them before they are read.
+class LinesToCome {
+ public:
+  LinesToCome(const uint8_t* row, ptrdiff_t stride, int64_t row_bytes, int64_t rows)
+      : row_(row), stride_(stride), row_bytes_(row_bytes), rows_(rows) {}
+
+  HWY_INLINE void prefetch(int count) {
+    for (int i = 0; i < count && rows_ > 0; ++i) {
+      hwy::Prefetch(row_ + at_);
+      at_ += kLine;
+      if (at_ < row_bytes_) continue;
+      at_ = 0;
+      if (--rows_ > 0) row_ += stride_;
+    }
+  }
+
+  static constexpr int64_t kLine = 64;
+
+ private:
+  const uint8_t* row_;
+  ptrdiff_t stride_;
+  int64_t row_bytes_;
+  int64_t rows_;
+  int64_t at_ = 0;
+};
+
+// Both sides of a grid that exceeds the caches have to be met in long runs of memory, or every line
+// is waited for and every page looked up for it alone. So tiles are wide in src, where the lines of
+// the next tile are fetched row by row meanwhile, and as long in dst. Within a tile a few rows of
+// dst are written at a time, from end to end, while the lines of the following ones are fetched.
+//
+// 1920x1080 elements of 4 bytes take 1.4 to 1.7 times as long as a copy this way, without
+// fetching ahead 6 to 12 times, with runs of 512 bytes in dst 1.8 to 2.6 times. A tile has 256 KB
+// at most.
 template <typename B>
-void transpose_blocks(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrdiff_t src_stride,
-                      int64_t width, int64_t height) {
-  constexpr int64_t kBand = 512;
-  constexpr int64_t kStrip = 512 / B::kBytes / B::kColumns * B::kColumns;
-  for (int64_t band = 0; band < height; band += kBand) {
-    const int64_t band_end = HWY_MIN(band + kBand, height);
-    for (int64_t strip = 0; strip < width; strip += kStrip) {
-      const int64_t strip_end = HWY_MIN(strip + kStrip, width);
-      for (int64_t top = band; top < band_end; top += B::kRows) {
-        const int64_t y = HWY_MIN(top, height - B::kRows);
-        for (int64_t left = strip; left < strip_end; left += B::kColumns) {
-          const int64_t x = HWY_MIN(left, width - B::kColumns);
-          B::transpose(dst + x * dst_stride + y * B::kBytes, dst_stride,
-                       src + y * src_stride + x * B::kBytes, src_stride);
-        }
+class Tiles {
+ public:
+  Tiles(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrdiff_t src_stride, int64_t width,
+        int64_t height)
+      : dst_(dst),
+        dst_stride_(dst_stride),
+        src_(src),
+        src_stride_(src_stride),
+        width_(width),
+        height_(height) {}
+
+  HWY_INLINE void transpose() {
+    for (int64_t top = 0; top < height_; top += kRows) {
+      for (int64_t left = 0; left < width_; left += kColumns) transpose_tile(left, top);
+    }
+  }
+
+ private:
+  static constexpr int64_t kColumns = 512 / B::kBytes / 16 * 16;
+  static constexpr int64_t kRows = (B::kBytes == 1 ? 512 : 1024) / B::kBytes / B::kRows * B::kRows;
+  static constexpr int64_t kGroup = HWY_MAX(8, B::kColumns);  // rows of dst at a time
+
+  HWY_INLINE LinesToCome lines_after(int64_t left, int64_t top) const {
+    const bool is_last = left + kColumns >= width_;
+    const int64_t x = is_last ? 0 : left + kColumns;
+    const int64_t y = is_last ? top + kRows : top;
+    if (y >= height_) return {src_, 0, 0, 0};
+    return {src_ + y * src_stride_ + x * B::kBytes, src_stride_,
+            HWY_MIN(kColumns, width_ - x) * B::kBytes, HWY_MIN(kRows, height_ - y)};
+  }
+
+  HWY_INLINE void transpose_tile(int64_t left, int64_t top) const {
+    LinesToCome lines = lines_after(left, top);
+    const int64_t right = HWY_MIN(left + kColumns, width_);
+    for (int64_t x = left; x < right; x += kGroup) {
+      transpose_group(x, HWY_MIN(x + kGroup, right), top, lines);
+    }
+  }
+
+  // Blocks that would pass the end are moved back and overlap the ones before.
+  HWY_INLINE void transpose_group(int64_t left, int64_t right, int64_t top,
+                                  LinesToCome& lines) const {
+    constexpr int kLines = (B::kColumns * B::kRows * B::kBytes + 63) / LinesToCome::kLine;
+    const int64_t bottom = HWY_MIN(top + kRows, height_);
+    for (int64_t row = top; row < bottom; row += B::kRows) {
+      const int64_t y = HWY_MIN(row, height_ - B::kRows);
+      prefetch_group(right, y);
+      for (int64_t column = left; column < right; column += B::kColumns) {
+        const int64_t x = HWY_MIN(column, width_ - B::kColumns);
+        lines.prefetch(kLines);
+        B::transpose(dst_ + x * dst_stride_ + y * B::kBytes, dst_stride_,
+                     src_ + y * src_stride_ + x * B::kBytes, src_stride_);
       }
     }
   }
-}
+
+  HWY_INLINE void prefetch_group(int64_t first, int64_t y) const {
+    const int64_t end = HWY_MIN(first + kGroup, width_);
+    for (int64_t x = first; x < end; ++x) {
+      hwy::Prefetch(dst_ + x * dst_stride_ + y * B::kBytes);
+    }
+  }
+
+  uint8_t* dst_;
+  ptrdiff_t dst_stride_;
+  const uint8_t* src_;
+  ptrdiff_t src_stride_;
+  int64_t width_;
+  int64_t height_;
+};
 
 template <typename B>
 void transpose_with(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrdiff_t src_stride,
@@ -193,7 +275,7 @@ void transpose_with(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrd
   if (width < B::kColumns || height < B::kRows || overlaps) {
     return transpose_plain(dst, dst_stride, src, src_stride, width, height, B::kBytes);
   }
-  transpose_blocks<B>(dst, dst_stride, src, src_stride, width, height);
+  Tiles<B>(dst, dst_stride, src, src_stride, width, height).transpose();
 }
 
 void transpose(uint8_t* dst, ptrdiff_t dst_stride, const uint8_t* src, ptrdiff_t src_stride,
