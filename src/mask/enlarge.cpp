@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
-#include <iterator>
 #include <vector>
 
+#include "core/kernels/enlarge_row.h"
 #include "core/resample/axis.h"
 #include "core/resize.h"
 #include "mask/row_bands.h"
@@ -13,90 +12,85 @@
 namespace kel::mask {
 namespace {
 
-using Changes = std::vector<int32_t>;  // columns whose right neighbour differs
+using imgproc::EnlargedColumns;
+using Words = std::vector<uint64_t>;
 
-// A column of the result lies between two of the source.
-struct Between {
-  int32_t left;
-  int32_t right;
-  int32_t left_weight;
-  int32_t right_weight;
+constexpr int64_t kChunk = EnlargedColumns::kChunk;
+constexpr int64_t kBits = 64;  // of a word
 
-  int32_t across(const uint8_t* row) const {
-    return (row[left] * left_weight + row[right] * right_weight) >> 4;
-  }
-};
+size_t words_of(int64_t bits) { return static_cast<size_t>((bits + kBits - 1) / kBits); }
 
 struct Columns {
-  std::vector<Between> between;
-  std::vector<int32_t> starts;  // first column of the result that is right of a source column
-  // Columns of the source behind which weights do not add up to 2048: there even flat rows have a
-  // value of their own when they are mixed with others.
-  Changes uneven;
+  EnlargedColumns all;
+  std::vector<int64_t> starts;  // first column of the result that is right of a source column
 
-  explicit Columns(const imgproc::Axis& axis) {
-    const auto last = static_cast<int32_t>(axis.src) - 1;
-    for (int64_t x = 0; x < axis.dst; ++x) {
+  Columns(int64_t src_width, int64_t width) {
+    all.width = width;
+    allocate(src_width);
+    const imgproc::Axis axis(src_width, width);
+    for (int64_t x = 0; x < width; ++x) {
       imgproc::Place place = imgproc::centred_place(axis, x);
       if (place.first < 0) place = {0, 0};
-      if (place.first >= last) place = {last, 0};
-      const auto [left, right] = imgproc::linear_weights(place.fraction);
-      const auto first = static_cast<int32_t>(place.first);
-      between.push_back({first, std::min(first + 1, last), left, right});
-      while (static_cast<int32_t>(starts.size()) <= first) {
-        starts.push_back(static_cast<int32_t>(x));
-      }
-      const bool is_even = left + right == 1 << imgproc::kWeightBits;
-      if (!is_even && (uneven.empty() || uneven.back() != first)) uneven.push_back(first);
+      if (place.first >= src_width - 1) place = {src_width - 1, 0};
+      set(x, place, src_width);
     }
-    starts.resize(static_cast<size_t>(last) + 2, static_cast<int32_t>(axis.dst));
+    all.first_uneven.push_back(static_cast<int64_t>(all.uneven.size()));
+    starts.resize(static_cast<size_t>(src_width) + 1, width);
   }
-};
 
-// Differences between eight bytes and those one further on, the first in the lowest bits.
-uint64_t differences(const uint8_t* row) {
-  uint64_t bytes = 0;
-  uint64_t next = 0;
-  for (int i = 0; i < 8; ++i) bytes |= uint64_t{row[i]} << (8 * i);
-  for (int i = 0; i < 8; ++i) next |= uint64_t{row[i + 1]} << (8 * i);
-  return bytes ^ next;
-}
+  // The chunks with pixels that lie between source column x and the next, and perhaps a neighbour.
+  int64_t first_chunk(int64_t x) const {
+    return (std::max<int64_t>(starts[static_cast<size_t>(x)], 1) - 1) / kChunk;
+  }
+  int64_t last_chunk(int64_t x) const {
+    return std::min(starts[static_cast<size_t>(x) + 1], all.width - 1) / kChunk;
+  }
 
-void find_changes(const cv::Mat& src, int32_t y, Changes& changes) {
-  constexpr int32_t kWords = 8;
-  const uint8_t* row = src.ptr(y);
-  const int32_t end = src.cols - 1;
-  changes.clear();
-  int32_t x = 0;
-  for (; x + 8 * kWords <= end; x += 8 * kWords) {
-    uint64_t words[kWords];
-    uint64_t any = 0;
-    for (int32_t i = 0; i < kWords; ++i) any |= words[i] = differences(row + x + 8 * i);
-    for (int32_t i = 0; any != 0 && i < kWords; ++i) {
-      for (uint64_t left = words[i]; left != 0;) {
-        const int bit = std::countr_zero(left) & ~7;
-        changes.push_back(x + 8 * i + bit / 8);
-        left &= ~(uint64_t{255} << bit);
-      }
+ private:
+  void allocate(int64_t src_width) {
+    imgproc::ByteGather& gather = all.pairs.pairs;
+    gather.blocks = (all.width + 15) / 16 * 2;
+    gather.windows = gather.usual_windows = 1;
+    gather.starts.resize(static_cast<size_t>(gather.blocks));
+    gather.lookup.resize(static_cast<size_t>(16 * gather.blocks), imgproc::ByteGather::kNone);
+    all.pairs.weights.resize(static_cast<size_t>(8 * gather.blocks));
+    starts.reserve(static_cast<size_t>(src_width) + 1);
+  }
+
+  void set(int64_t x, imgproc::Place place, int64_t src_width) {
+    const auto [left_weight, right_weight] = imgproc::linear_weights(place.fraction);
+    const auto left = static_cast<int32_t>(place.first);
+    const int32_t right = std::min(left + 1, static_cast<int32_t>(src_width) - 1);
+    while (static_cast<int32_t>(starts.size()) <= left) starts.push_back(x);
+    if (x % kChunk == 0) {
+      all.places.push_back(left);
+      all.first_uneven.push_back(static_cast<int64_t>(all.uneven.size()));
     }
+    if (left_weight + right_weight != 1 << imgproc::kWeightBits) {
+      all.uneven.push_back({x, left, right, left_weight, right_weight});
+    }
+    imgproc::ByteGather& gather = all.pairs.pairs;
+    const auto last_start = static_cast<int32_t>(src_width - imgproc::ByteGather::kBlock);
+    int32_t& start = gather.starts[static_cast<size_t>(x / 8)];
+    if (x % 8 == 0) start = std::min(left, last_start);
+    const bool right_is_near = right_weight >= 1024;
+    uint8_t* const lookup = gather.lookup.data() + 2 * x;
+    lookup[0] = static_cast<uint8_t>((right_is_near ? right : left) - start);
+    lookup[1] = static_cast<uint8_t>((right_is_near ? left : right) - start);
+    const int weight = std::min<int>(right_weight, 2048 - right_weight);
+    all.pairs.weights[static_cast<size_t>(x)] = static_cast<int16_t>(-32 * weight);
   }
-  for (; x < end; ++x) {
-    if (row[x] != row[x + 1]) changes.push_back(x);
-  }
-}
-
-// Columns of the result that have one value, and that value in the two source rows they lie
-// between, scaled across.
-struct Span {
-  int32_t end;
-  int32_t upper;
-  int32_t lower;
 };
 
 class Rows {
  public:
   Rows(cv::Mat& dst, const cv::Mat& src, const Columns& columns, const imgproc::Axis& axis)
-      : dst_(dst), src_(src), columns_(columns), axis_(axis) {}
+      : dst_(dst),
+        src_(src),
+        columns_(columns),
+        axis_(axis),
+        changes_(words_of(src.cols)),
+        mixed_{Words(words_of(static_cast<int64_t>(columns.all.places.size()))), mixed_[0]} {}
 
   void run(const cv::Range& rows) {
     for (int32_t y = rows.start; y < rows.end; ++y) {
@@ -104,74 +98,43 @@ class Rows {
       const auto inside = [&](int64_t row) {
         return static_cast<int32_t>(std::clamp<int64_t>(row, 0, src_.rows - 1));
       };
-      take(inside(place.first), inside(place.first + 1));
-      const auto [upper, lower] = imgproc::linear_weights(place.fraction);
-      fill(dst_.ptr(y), upper, lower);
+      const int32_t upper = inside(place.first);
+      const int32_t lower = inside(place.first + 1);
+      const auto [upper_weight, lower_weight] = imgproc::linear_weights(place.fraction);
+      imgproc::enlarge_row(dst_.ptr(y),
+                           {src_.ptr(upper), src_.ptr(lower), upper_weight, lower_weight,
+                            mixed(upper), mixed(lower)},
+                           columns_.all);
     }
   }
 
  private:
-  // Makes the spans between two source rows, unless they are there.
-  void take(int32_t upper, int32_t lower) {
-    if (upper == upper_ && lower == lower_) return;
-    if (upper == lower_) {
-      changes_[0].swap(changes_[1]);
-    } else {
-      find_changes(src_, upper, changes_[0]);
-    }
-    find_changes(src_, lower, changes_[1]);
-    upper_ = upper;
-    lower_ = lower;
-    merge(changes_[0], changes_[1], both_);
-    merge(both_, columns_.uneven, all_);
-    make_spans(src_.ptr(upper), src_.ptr(lower));
-  }
-
-  static void merge(const Changes& a, const Changes& b, Changes& to) {
-    to.clear();
-    std::set_union(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(to));
-  }
-
-  void make_spans(const uint8_t* upper, const uint8_t* lower) {
-    const auto start = [&](int32_t column) { return columns_.starts[static_cast<size_t>(column)]; };
-    int32_t x = 0;
-    spans_.clear();
-    const auto add_flat = [&](int32_t end, int32_t column) {
-      if (end > x) spans_.push_back({end, upper[column] * 128, lower[column] * 128});
-      x = std::max(x, end);
-    };
-    for (const int32_t column : all_) {
-      add_flat(start(column), column);
-      for (; x < start(column + 1); ++x) {
-        const Between& between = columns_.between[static_cast<size_t>(x)];
-        spans_.push_back({x + 1, between.across(upper), between.across(lower)});
+  // The chunks in which row y has several values.
+  const uint64_t* mixed(int32_t y) {
+    const auto slot = static_cast<size_t>(y % 2);
+    Words& mixed = mixed_[slot];
+    if (numbers_[slot] == y) return mixed.data();
+    numbers_[slot] = y;
+    std::fill(mixed.begin(), mixed.end(), 0);
+    imgproc::find_changes(changes_.data(), src_.ptr(y), src_.cols);
+    for (size_t word = 0; word < changes_.size(); ++word) {
+      for (uint64_t bits = changes_[word]; bits != 0; bits &= bits - 1) {
+        const int64_t x = kBits * static_cast<int64_t>(word) + std::countr_zero(bits);
+        for (int64_t i = columns_.first_chunk(x); i <= columns_.last_chunk(x); ++i) {
+          mixed[static_cast<size_t>(i / kBits)] |= uint64_t{1} << (i % kBits);
+        }
       }
     }
-    add_flat(dst_.cols, src_.cols - 1);
-  }
-
-  void fill(uint8_t* to, int32_t upper_weight, int32_t lower_weight) const {
-    int32_t x = 0;
-    for (const Span& span : spans_) {
-      const int32_t sum = (span.upper * upper_weight >> 16) + (span.lower * lower_weight >> 16);
-      const auto value = static_cast<uint8_t>((sum + 2) >> 2);
-      to[x++] = value;
-      if (x == span.end) continue;
-      std::memset(to + x, value, static_cast<size_t>(span.end - x));
-      x = span.end;
-    }
+    return mixed.data();
   }
 
   cv::Mat& dst_;
   const cv::Mat& src_;
   const Columns& columns_;
   const imgproc::Axis& axis_;
-  int32_t upper_ = -1;
-  int32_t lower_ = -1;
-  Changes changes_[2];
-  Changes both_;
-  Changes all_;
-  std::vector<Span> spans_;
+  Words changes_;
+  Words mixed_[2];  // of two rows, by their numbers
+  int32_t numbers_[2] = {-1, -1};
 };
 
 // Whether flat areas are what an image consists of, from some of its rows.
@@ -179,10 +142,10 @@ bool is_mostly_flat(const cv::Mat& image) {
   constexpr int32_t kStep = 8;
   constexpr size_t kFew = 16;  // pixels to a change
   size_t found = 0;
-  Changes changes;
+  Words changes(words_of(image.cols));
   for (int32_t y = 0; y < image.rows; y += kStep) {
-    find_changes(image, y, changes);
-    found += changes.size();
+    imgproc::find_changes(changes.data(), image.ptr(y), image.cols);
+    for (const uint64_t word : changes) found += static_cast<size_t>(std::popcount(word));
   }
   return found * kStep * kFew <= image.total();
 }
@@ -190,10 +153,11 @@ bool is_mostly_flat(const cv::Mat& image) {
 }  // namespace
 
 void enlarge(cv::Mat& dst, const cv::Mat& src) {
-  if (dst.cols <= src.cols || dst.rows <= src.rows || !is_mostly_flat(src)) {
+  if (src.cols < imgproc::ByteGather::kBlock || dst.cols <= src.cols || dst.rows <= src.rows ||
+      !is_mostly_flat(src)) {
     return imgproc::resize_plane(dst, src, imageprocess::InterpolationMethod::kLinear);
   }
-  const Columns columns(imgproc::Axis(src.cols, dst.cols));
+  const Columns columns(src.cols, dst.cols);
   const imgproc::Axis down(src.rows, dst.rows);
   for_each_band(dst, 16, [&](const cv::Range& rows) { Rows(dst, src, columns, down).run(rows); });
 }

@@ -1,9 +1,11 @@
 #include "mask/median.h"
 
 #include "mask/flat_cells.h"
+#include "mask/majority.h"
 #include "mask/median_by_columns.h"
 #include "mask/median_by_counts.h"
 #include "mask/median_by_histograms.h"
+#include "mask/median_by_majorities.h"
 #include "mask/median_by_network.h"
 
 namespace kel::mask {
@@ -13,7 +15,10 @@ namespace kel::mask {
 void median(const cv::Mat& in, cv::Mat& out, int32_t ksize) {
   if (ksize == 1) return in.copyTo(out);
   const bool is_mask = in.type() == CV_8UC1 && looks_like_mask(in);
-  if (is_mask && ksize > 5) return median_by_counts(in, out, ksize);
+  if (is_mask && ksize > 5) {
+    return ksize <= kLargestMajorityWindow ? median_by_majorities(in, out, ksize)
+                                           : median_by_counts(in, out, ksize);
+  }
   if (is_mask && fits_network(in.cols)) return median_by_network(in, out, ksize);
   if (ksize > 5) return median_by_histograms(in, out, ksize);
   median_by_columns(in, out, ksize);

@@ -8,6 +8,8 @@
 
 #include "core/kernels/count_row.h"
 #include "core/kernels/decide_row.h"
+#include "core/kernels/enlarge_row.h"
+#include "core/kernels/find_majorities.h"
 #include "core/kernels/gaussian.h"
 #include "core/kernels/mean.h"
 #include "core/kernels/median_row_by_network.h"
@@ -88,6 +90,42 @@ TEST(Kernels, DecideRow) {
         }
       });
     }
+  }
+}
+
+TEST(Kernels, FindMajorities) {
+  constexpr int kRowWords = 3;
+  constexpr int kHeight = 40;
+  test::Random random(8);
+  for (int ksize = 3; ksize <= WordColumn::kLargestWindow; ksize += 2) {
+    for (const bool is_noise : {false, true}) {
+      const Bytes pixels = mask_bytes(random, 64 * kRowWords * kHeight);
+      std::vector<uint64_t> words(kRowWords * kHeight);
+      for (size_t i = 0; i < pixels.size(); ++i) {
+        const bool bit = is_noise ? random.range(0, 1) == 0 : pixels[i] > 127;
+        words[i / 64] |= uint64_t{bit} << (i % 64);
+      }
+      const int first = random.range(0, kHeight - 1);
+      const int end = random.range(first, kHeight);
+      expect_equal(8 * kHeight, find_majorities_plain, find_majorities, [&](auto find, auto* to) {
+        std::vector<uint64_t> found(kHeight);
+        find(found.data(), 1, {words.data() + 1, kRowWords, kHeight, ksize}, first, end);
+        std::memcpy(to, found.data(), 8 * kHeight);
+      });
+    }
+  }
+}
+
+TEST(Kernels, FindChanges) {
+  test::Random random(9);
+  for (int count = 1; count < 260; ++count) {
+    const Bytes row = mask_bytes(random, count);
+    expect_equal((count + 63) / 64 * 8, kel::imgproc::find_changes_plain,
+                 kel::imgproc::find_changes, [&](auto find, uint8_t* to) {
+                   std::vector<uint64_t> bits(static_cast<size_t>((count + 63) / 64), 77);
+                   find(bits.data(), row.data(), count);
+                   std::memcpy(to, bits.data(), 8 * bits.size());
+                 });
   }
 }
 

@@ -49,10 +49,32 @@ TEST_F(MaskSmooth, Enlargement) {
       const cv::Mat flat = as_written::scaled(src, {7 * width, 9 * height});
       for (const cv::Mat& from : {src, flat}) {
         cv::Mat got(random.range(1, 600), random.range(1, 600), CV_8UC1);
-        kel::mask::enlarge(got, from);
-        ASSERT_EQ(cv::norm(got, as_written::scaled(from, got.size())), 0.0) << from.size();
+        const cv::Mat expected = as_written::scaled(from, got.size());
+        test::on_every_target([&] {
+          kel::mask::enlarge(got, from);
+          ASSERT_EQ(cv::norm(got, expected), 0.0) << from.size() << " to " << got.size();
+        });
       }
     }
+  }
+}
+
+// Steps between flat areas of any gray, at scales whose weights do not all add up to 2048.
+TEST_F(MaskSmooth, EnlargementOfBlocks) {
+  test::Random random(2);
+  for (int i = 0; i < 200; ++i) {
+    cv::Mat src(random.range(1, 90), random.range(16, 300), CV_8UC1, cv::Scalar(255));
+    for (int k = 0; k < 4; ++k) {
+      const cv::Rect area(random.range(-50, src.cols), random.range(-50, src.rows),
+                          random.range(1, src.cols), random.range(1, src.rows));
+      cv::rectangle(src, area, cv::Scalar(random.range(-1, 1) * 255 + random.range(0, 255)), -1);
+    }
+    cv::Mat got(random.range(src.rows, 500), random.range(src.cols, 5000), CV_8UC1);
+    const cv::Mat expected = as_written::scaled(src, got.size());
+    test::on_every_target([&] {
+      kel::mask::enlarge(got, src);
+      ASSERT_EQ(cv::norm(got, expected), 0.0) << src.size() << " to " << got.size();
+    });
   }
 }
 
