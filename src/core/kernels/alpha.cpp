@@ -6,6 +6,7 @@
 #include <hwy/highway.h>
 
 #include "core/kernels/alpha.h"
+#include "core/kernels/prefetch.h"
 #include "core/kernels/three_bytes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -62,6 +63,7 @@ void argb_from_rgb24_row(uint8_t* dst, const uint8_t* src, int64_t count) {
   if (count < kByteLanes) return argb_from_rgb24_row_plain(dst, src, count);
   for (int64_t x = 0; x < count; x += kByteLanes) {
     const int64_t at = HWY_MIN(x, count - kByteLanes);  // the last step ends with the row
+    prefetch_ahead(dst + 4 * at, 4 * kByteLanes);
     spread(dst + 4 * at, src + 3 * at);
   }
 }
@@ -70,6 +72,7 @@ void rgb24_from_argb_row(uint8_t* dst, const uint8_t* src, int64_t count) {
   if (count < kByteLanes) return rgb24_from_argb_row_plain(dst, src, count);
   for (int64_t x = 0; x < count; x += kByteLanes) {
     const int64_t at = HWY_MIN(x, count - kByteLanes);
+    prefetch_ahead(dst + 3 * at, 3 * kByteLanes);
     pack(dst + 3 * at, src + 4 * at);
   }
 }

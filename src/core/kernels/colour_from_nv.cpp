@@ -6,6 +6,7 @@
 #include <hwy/highway.h>
 
 #include "core/kernels/colour_from_nv.h"
+#include "core/kernels/prefetch.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kel::imageprocess::HWY_NAMESPACE {
@@ -105,6 +106,7 @@ HWY_INLINE void convert_row(uint8_t* dst, const uint8_t* src, const Added& added
                             const Added& added_upper) {
   const D d;
   const DI16 di16;
+  prefetch_ahead(dst, kLanes * kBytes);
   const V y = load<kBytes>(src);
   const auto luma = [&](V twice) {
     return hn::BitCast(di16, hn::MulHigh(hn::BitCast(D16(), twice), hn::Set(D16(), 18997)));

@@ -6,6 +6,7 @@
 #include <hwy/highway.h>
 
 #include "core/kernels/gray_from_colour_row.h"
+#include "core/kernels/prefetch.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kel::imageprocess::HWY_NAMESPACE {
@@ -63,6 +64,8 @@ void gray_from_colour(uint8_t* dst, const uint8_t* src, int64_t count) {
   if (count < kStep) return gray_from_colour_row_plain(dst, src, count, kBytes);
   for (int64_t x = 0; x < count; x += kStep) {
     const int64_t at = HWY_MIN(x, count - kStep);  // the last vector ends with the row
+    prefetch_ahead(src + at * kBytes, kStep * kBytes);
+    prefetch_ahead(dst + at, kStep);
     hn::StoreU(mean_at<kBytes>(src + at * kBytes), d, dst + at);
   }
 }

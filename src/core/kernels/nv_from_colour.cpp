@@ -6,6 +6,7 @@
 #include <hwy/highway.h>
 
 #include "core/kernels/nv_from_colour.h"
+#include "core/kernels/prefetch.h"
 #include "core/kernels/three_bytes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -189,6 +190,10 @@ void convert(uint8_t* const y[2], uint8_t* chroma, const uint8_t* const colour[2
   const Factors factors(order);
   for (int64_t x = 0; x < width; x += kLanes) {
     const int64_t at = HWY_MIN(x, width - kLanes);  // the last vector ends with the row
+    for (int i = 0; i < 2; ++i) {
+      prefetch_ahead(colour[i] + at * kBytes, kLanes * kBytes);
+      prefetch_ahead(y[i] + at, kLanes);
+    }
     Pixels upper;
     Pixels lower;
     load<kBytes>(colour[0] + at * kBytes, upper);

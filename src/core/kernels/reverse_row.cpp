@@ -5,6 +5,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "core/kernels/prefetch.h"
 #include "core/kernels/reverse_row.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -34,6 +35,7 @@ void reverse_by_blocks(uint8_t* dst, const uint8_t* src, int64_t count) {
   const auto reversed = hn::LoadDup128(d, order);
   for (int64_t x = 0; x < size; x += kStep) {
     const int64_t at = HWY_MIN(x, size - kStep);  // the last vector ends with the row
+    prefetch_ahead(dst + at, kStep);
     const auto v = hn::TableLookupBytes(hn::LoadU(d, src + (size - kStep - at)), reversed);
     hn::StoreU(hn::ReverseBlocks(d, v), d, dst + at);
   }
@@ -47,6 +49,7 @@ void reverse_by_fives(uint8_t* dst, const uint8_t* src, int64_t count) {
                                                         9,  4,  5,  6,  1,  2,  3, 0};
   const auto reversed = hn::Load(d, kReversed);
   for (; count > 5; count -= 5, dst += 15) {
+    prefetch_ahead(dst, 15);
     hn::StoreU(hn::TableLookupBytes(hn::LoadU(d, src + 3 * (count - 5) - 1), reversed), d, dst);
   }
   reverse_row_plain(dst, src, count, 3);
