@@ -7,6 +7,7 @@
 #include "core/contours/fill_contours.h"
 #include "core/contours/trace_contours.h"
 #include "core/saturate.h"
+#include "core/trigonometry.h"
 #include "outline/main_contours.h"
 
 namespace outline {
@@ -59,8 +60,8 @@ void scale_contour(kel::Contour& contour, cv::Point2d centre, double scale) {
     const bool is_near = std::abs(offset.x) < kFar && std::abs(offset.y) < kFar;
     if (!is_near || !truncates_safely(offset.x) || !truncates_safely(offset.y)) {
       const double radius = distance_between(point, centre) * scale;
-      const double angle = std::atan2(point.y - centre.y, point.x - centre.x);
-      offset = {radius * std::cos(angle), radius * std::sin(angle)};
+      const double angle = kel::angle_of(point.y - centre.y, point.x - centre.x);
+      offset = {radius * kel::cosine_of(angle), radius * kel::sine_of(angle)};
     }
     point = {place(offset.x, centre.x), place(offset.y, centre.y)};
   }
