@@ -369,11 +369,13 @@ void find_ranges(const CellRanges& ranges) {
   const hn::CappedTag<uint8_t, kRangeSlack> d;
   const hn::Repartition<uint16_t, decltype(d)> d16;
   const hn::Repartition<uint32_t, decltype(d)> d32;
+  const hn::RebindToSigned<decltype(d32)> cells;
   const hn::Rebind<uint8_t, decltype(d32)> of_cells;
   const auto merge = [&](auto v, auto of_two) HWY_ATTR {
     const auto pairs = of_two(v, hn::BitCast(d, hn::ShiftRight<8>(hn::BitCast(d16, v))));
     const auto fours = of_two(pairs, hn::BitCast(d, hn::ShiftRight<16>(hn::BitCast(d32, pairs))));
-    return hn::TruncateTo(of_cells, hn::BitCast(d32, fours));
+    // Highway 1.0.3 truncates wrongly in builds for AVX3_DL and newer processors.
+    return hn::DemoteTo(of_cells, hn::And(hn::BitCast(cells, fours), hn::Set(cells, 0xFF)));
   };
   const auto less = [](auto a, auto b) HWY_ATTR { return hn::Min(a, b); };
   const auto more = [](auto a, auto b) HWY_ATTR { return hn::Max(a, b); };
