@@ -10,6 +10,8 @@ import sys
 import numpy as np
 import pytest
 from conftest import ROOT, SAMPLES, read
+from PIL import Image, ImageCms
+from PIL.PngImagePlugin import PngInfo
 
 from morvik.batch import engine, job
 
@@ -21,34 +23,88 @@ def batch(*words):
     return subprocess.run(command, capture_output=True, text=True, timeout=300)
 
 
+def save_with_colors(photos):
+    """Files that say something about their colours: profiles of colours and of gray, a gamma, 16 bits."""
+    icc = ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB")).tobytes()
+    gray = icc[:16] + b"GRAY" + icc[20:]
+    gamma = PngInfo()
+    gamma.add(b"gAMA", (45455).to_bytes(4, "big"))
+    photo = Image.open(SAMPLES / "collins.jpg").resize((128, 96))
+    seen = photo.copy()
+    seen.putalpha(Image.fromarray(np.tile(np.arange(128, dtype=np.uint8), (96, 1))))
+    photo.save(photos / "profile_jpg.jpg", icc_profile=icc)
+    photo.save(photos / "profile_webp.webp", icc_profile=icc)
+    seen.save(photos / "profile_png.png", icc_profile=icc)
+    photo.convert("L").save(photos / "profile_gray.png", icc_profile=gray)
+    photo.save(photos / "misfit.png", icc_profile=gray)
+    photo.save(photos / "gamma.png", pnginfo=gamma)
+    Image.fromarray((np.arange(128 * 96, dtype=np.uint16) * 5).reshape(96, 128)).save(photos / "wide.png")
+
+
 @pytest.fixture
 def folders(tmp_path):
-    """Photographs as they come: turned by EXIF, with alpha, damaged, without a partner."""
+    """Photographs as they come: turned by EXIF, with alpha, with profiles, damaged, without a partner."""
     photos, masks = tmp_path / "photos", tmp_path / "masks"
     photos.mkdir()
     masks.mkdir()
     for path in [*PICTURES.glob("turned_*.jpg"), *PICTURES.glob("turned_*.webp"), PICTURES / "cut.png"]:
         shutil.copy(path, photos / f"{path.stem}_{path.suffix[1:]}{path.suffix}")
-        shutil.copy(SAMPLES / "hopper_mask_256x256.png", masks / f"{path.stem}_{path.suffix[1:]}.png")
+    save_with_colors(photos)
+    for path in photos.iterdir():
+        shutil.copy(SAMPLES / "hopper_mask_256x256.png", masks / f"{path.stem}.png")
     shutil.copy(SAMPLES / "collins.jpg", photos)
     shutil.copy(SAMPLES / "collins_mask_256x256.png", masks / "collins.png")
     return tmp_path
 
 
-@pytest.mark.parametrize("command", ["sticker --photos photos --masks masks --expand 3 --crop",
-                                     "morph --masks masks --amount -5 --as webp --quality 100",
-                                     "convert --photos photos", "rotate --photos photos --angle 270"])
+def said_of_colors(path):
+    info = Image.open(path).info
+    return {name: info[name] for name in ("icc_profile", "gamma", "exif") if name in info}
+
+
+@pytest.mark.parametrize("command", [
+    "sticker --photos photos --masks masks --expand 3 --crop",
+    "smooth-mask --photos photos --masks masks --limit 128",
+    "morph --masks masks --amount -5 --as webp",
+    "convert --photos photos",
+    "convert --photos photos --format nv21 --as jpg --quality 80",
+    "rotate --photos photos --angle 270 --as webp",
+    "blur --photos photos --filter bilateral --kernel 5 --sigma-color 20",
+    "outline --masks masks --mode polar-center --center 10,20 --points simple",
+])
 def test_files_are_those_of_the_tool(tool, folders, command, monkeypatch):
     monkeypatch.chdir(folders)
     words = command.split()
-    of_tool = [word for word in words if word not in ("--photos", "--masks") or words[0] == "sticker"]
+    pairs = words[0] in ("sticker", "smooth-mask")
+    of_tool = [word for word in words if pairs or word not in ("--photos", "--masks")]
     subprocess.run([tool.program, *of_tool, "-o", "tool"], check=True, capture_output=True)
     done = batch(*words, "-o", "batch", "-j", 2)
     assert (done.returncode, done.stderr) == (0, ""), done.stderr
     names = sorted(os.listdir("tool"))
     assert len(names) > 10 and names == sorted(os.listdir("batch"))
     for name in names:
+        if name.endswith(".json"):
+            assert (folders / "batch" / name).read_text() == (folders / "tool" / name).read_text()
+            continue
         np.testing.assert_array_equal(read(f"batch/{name}"), read(f"tool/{name}"), err_msg=name)
+        assert said_of_colors(f"batch/{name}") == said_of_colors(f"tool/{name}"), name
+
+
+@pytest.mark.parametrize("ending, shares", [("txt", ""), ("json", "--normalised")])
+def test_foreheads_are_those_of_the_tool(tool, tmp_path, ending, shares, monkeypatch):
+    monkeypatch.chdir(tmp_path)
+    os.mkdir("faces")
+    size = [512, 600] if shares else [1, 1]
+    for name in ("hopper", "collins"):
+        points = np.loadtxt(SAMPLES / f"{name}_landmarks106.txt", delimiter=",")
+        np.savetxt(f"faces/{name}.txt", points / size, "%.6g", ",")
+    run = [*f"--image-size 512x600 --as {ending}".split(), *shares.split()]
+    subprocess.run([tool.program, "forehead", "faces", *run, "-o", "tool"], check=True, capture_output=True)
+    (tmp_path / "faces/text.txt").write_text("12,x\n")
+    done = batch("forehead", "--landmarks", "faces/*.txt", *run, "-o", "batch", "-j", 1)
+    assert "line 1 is not a point" in done.stderr and done.returncode == 1
+    for name in ("hopper", "collins"):
+        assert (tmp_path / f"batch/{name}.{ending}").read_text() == (tmp_path / f"tool/{name}.{ending}").read_text()
 
 
 def test_failures_are_listed_and_a_second_run_does_nothing(folders, monkeypatch):

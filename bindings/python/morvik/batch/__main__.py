@@ -27,6 +27,11 @@ def _size(text: str) -> tuple[int, int]:
     return int(width), int(height)
 
 
+def _point(text: str) -> tuple[int, int]:
+    x, y = text.split(",")
+    return int(x), int(y)
+
+
 def _color(text: str) -> str:
     if not re.fullmatch("#[0-9a-fA-F]{6}", text):
         raise ValueError(text)
@@ -49,8 +54,8 @@ def _parser() -> argparse.ArgumentParser:
         command.add_argument("-o", "--output", "--out", dest="out", required=True, help="folder to write to")
         command.add_argument("--as", dest="ending", choices=operation.endings, default=operation.endings[0],
                              help="ending of the files written")
-        if "txt" not in operation.endings:
-            _add_files(command)
+        if "landmarks" not in operation.inputs:
+            _add_files(command, "masks" in operation.inputs)
         _add_options(command, name)
         command.add_argument("--scheduler", help="tcp://HOST:PORT of a Dask scheduler; else processes of this machine")
         command.add_argument("-j", "--jobs", type=int, default=os.cpu_count(), help="processes on this machine")
@@ -61,14 +66,16 @@ def _parser() -> argparse.ArgumentParser:
     return parser
 
 
-def _add_files(command: argparse.ArgumentParser) -> None:
+def _add_files(command: argparse.ArgumentParser, has_masks: bool) -> None:
     command.add_argument("--no-orient", action="store_true", help="take pictures as stored, whatever EXIF says")
-    command.add_argument("--mask-channel", choices=["auto", "alpha", "luma"], default="auto",
-                         help="what of a picture is the mask; auto: alpha where it varies")
-    command.add_argument("--stretch", action="store_true", help="make the mask's brightest pixel 255")
-    command.add_argument("--quality", type=int, default=92, help="of JPEG and WebP; a WebP of 100 loses nothing")
-    command.add_argument("--png-level", type=int, choices=range(10), default=1, metavar="0-9",
-                         help="smaller PNG files, which take longer")
+    if has_masks:
+        command.add_argument("--mask-channel", choices=["auto", "alpha", "luma"], default="auto",
+                             help="what of a picture is the mask; auto: alpha where it varies")
+        command.add_argument("--stretch", action="store_true", help="make the mask's brightest pixel 255")
+    command.add_argument("--quality", type=int, choices=range(1, 101), default=92, metavar="1-100",
+                         help="of JPEG and WebP; a WebP of 100 loses nothing")
+    command.add_argument("--png-level", type=int, choices=range(1, 13), default=1, metavar="1-12",
+                         help="smaller PNG files, which take longer; above 9 as 9")
 
 
 def _add_options(command: argparse.ArgumentParser, name: str) -> None:
@@ -91,6 +98,7 @@ def _add_options(command: argparse.ArgumentParser, name: str) -> None:
         add("--expand", int, 12, "pixels to grow by")
         add("--smooth", int, 0, "smoothing, 0 to 5 per cent of an outline")
         add("--points", str, "all", "all, or simple: ends of straight runs only", choices=["all", "simple"])
+        add("--center", _point, None, "X,Y for the modes polar-center, vector-center")
         command.add_argument("--polygon", action="store_true", help="simplify to polygons")
         add("--threshold", int, 127, "pixels above it are shape")
     if name == "fill-holes":
@@ -100,16 +108,21 @@ def _add_options(command: argparse.ArgumentParser, name: str) -> None:
     if name == "blur":
         add("--filter", str, "gaussian", "the filter", choices=["mean", "median", "gaussian", "bilateral"])
         add("--kernel", int, 9, "kernel side in pixels, an odd number")
-        add("--sigma", int, None, "two numbers: across and down, or colours and pixels", nargs=2)
+        add("--sigma-x", int, 0, "gaussian: pixels, 0 follows the kernel")
+        add("--sigma-y", int, 0, "gaussian: pixels, 0 takes --sigma-x")
+        add("--sigma-color", int, 40, "bilateral: range of colours")
+        add("--sigma-space", int, 40, "bilateral: pixels")
     if name == "rotate":
         add("--angle", int, None, "degrees, clockwise", choices=[0, 90, 180, 270], required=True)
     if name == "resize":
         add("--to", _size, None, "new size, WIDTHxHEIGHT", required=True)
         add("--method", str, "area", "the method", choices=["nearest", "linear", "cubic", "area"])
     if name == "convert":
-        add("--format", str, None, "pixel format to go through", choices=["gray", "bgr", "bgra"])
+        add("--format", str, None, "pixel format to go through", choices=["rgb24", "argb", "gray", "nv12", "nv21"])
     if name == "forehead":
         add("--image-size", _size, None, "size of the pictures, WIDTHxHEIGHT", required=True)
+        command.add_argument("--normalised", action="store_true",
+                             help="landmarks are shares of the pictures' width and height, 0 to 1")
 
 
 _OURS = {"operation", "photos", "masks", "landmarks", "out", "ending", "scheduler", "jobs", "skip_existing",
@@ -118,12 +131,14 @@ _OURS = {"operation", "photos", "masks", "landmarks", "out", "ending", "schedule
 
 def _job(arguments: argparse.Namespace) -> Job:
     options = {name: value for name, value in vars(arguments).items() if name not in _OURS}
-    if arguments.operation == "outline":
+    if arguments.operation in ("outline", "forehead"):
         options["ending"] = arguments.ending
     roles = OPERATIONS[arguments.operation].inputs
     files: dict[str, Any] = {}
     if "quality" in arguments:
-        files["reading"] = pictures.Reading(not arguments.no_orient, arguments.mask_channel, arguments.stretch)
+        channel = {} if "stretch" not in arguments else {
+            "mask_channel": arguments.mask_channel, "stretch": arguments.stretch}
+        files["reading"] = pictures.Reading(not arguments.no_orient, **channel)
         files["writing"] = pictures.Writing(arguments.quality, arguments.png_level)
     return Job(arguments.operation, {role: _absolute(getattr(arguments, role)) for role in roles},
                _absolute(arguments.out), arguments.ending, options, skip_existing=arguments.skip_existing, **files)

@@ -25,6 +25,7 @@ class Operation:
     run: Callable[..., Any]
     help: str
     endings: tuple[str, ...] = ("png", "jpg", "webp")
+    keeps_colors: bool = False  # the result has the colours of the first input
 
 
 @dataclass(frozen=True)
@@ -67,39 +68,56 @@ def _outline(mask: Any, ending: str, **options: Any) -> str:
         raise ValueError(f"no pixel is above {options['threshold']}")
     if ending == "svg":
         return shapes.outlines_to_svg(found, (width, height))
-    return json.dumps({"width": width, "height": height, "outlines": [line.tolist() for line in found]}) + "\n"
+    lines = ",\n  ".join(json.dumps(line.tolist(), separators=(",", ":")) for line in found)
+    return f'{{"width": {width}, "height": {height}, "outlines": [\n  {lines}\n]}}\n'
 
 
-def _blur(photo: Any, filter: str, kernel: int, sigma: tuple[int, int] | None) -> Any:
-    pixels = photo if photo.ndim == 2 else pictures.as_bgr(photo)
-    return masks.blur(pixels, kernel, filter=filter, sigma=sigma)
+def _blur(
+    photo: Any, filter: str, kernel: int, sigma_x: int, sigma_y: int, sigma_color: int, sigma_space: int
+) -> Any:
+    sigma = {"gaussian": (sigma_x, sigma_y), "bilateral": (sigma_color, sigma_space)}.get(filter)
+    alpha = pictures.alpha_of(photo)
+    blurred = masks.blur(photo if photo.ndim == 2 else pictures.as_bgr(photo), kernel, filter=filter, sigma=sigma)
+    if alpha is None:
+        return blurred
+    result = images.convert(blurred, "bgra")
+    result[..., 3] = alpha
+    return result
 
 
 def _convert(photo: Any, format: str | None) -> Any:
     channels = photo.shape[2] if photo.ndim == 3 else 1
-    if format is None or channels == {"gray": 1, "bgr": 3, "bgra": 4}[format]:
+    if format is None or channels == {"gray": 1, "rgb24": 3, "argb": 4}.get(format):
         return photo
-    return images.convert(photo, format)  # type: ignore[call-overload]
+    through = images.convert(photo, {"rgb24": "bgr", "argb": "bgra"}.get(format, format))  # type: ignore[call-overload]
+    return images.convert(through, "bgr") if isinstance(through, images.Frame) else through
 
 
-def _forehead(landmarks: Any, image_size: tuple[int, int]) -> str:
-    return "".join(f"{x},{y}\n" for x, y in faces.forehead(landmarks, image_size))
+def _forehead(landmarks: Any, image_size: tuple[int, int], normalised: bool, ending: str) -> str:
+    if normalised:
+        landmarks = landmarks * np.array(image_size, np.float32) - np.float32(0.5)
+    points = [f"{x},{y}" for x, y in faces.forehead(landmarks, image_size)]
+    if ending == "json":
+        return "[" + ", ".join(f"[{point}]" for point in points) + "]\n"
+    return "".join(f"{point}\n" for point in points)
 
 
 OPERATIONS = {
-    "sticker": Operation(("photos", "masks"), _sticker, "cut out what a mask covers, with a border", ("png", "webp")),
+    "sticker": Operation(("photos", "masks"), _sticker, "cut out what a mask covers, with a border", ("png", "webp"),
+                         keeps_colors=True),
     "smooth-mask": Operation(("photos", "masks"), _smooth_mask, "enlarge coarse masks with smooth edges"),
     "outline": Operation(("masks",), _outline, "grow the shapes of masks and trace them", ("json", "svg")),
     "fill-holes": Operation(("masks",), lambda mask, level: masks.fill_holes(mask, level=level),
                             "make masks black and white and fill their holes"),
     "morph": Operation(("masks",), lambda mask, amount: masks.morph(mask, amount),
                        "grow or shrink masks"),
-    "blur": Operation(("photos",), _blur, "blur masks and photographs"),
+    "blur": Operation(("photos",), _blur, "blur masks and photographs", keeps_colors=True),
     "rotate": Operation(("photos",), lambda photo, angle: images.rotate(photo, angle),
-                        "turn pictures clockwise by right angles"),
-    "resize": Operation(("photos",), _resize, "scale pictures to a size"),
-    "convert": Operation(("photos",), _convert, "convert pictures between files and pixel formats"),
-    "forehead": Operation(("landmarks",), _forehead, "predict points of foreheads from landmarks", ("txt",)),
+                        "turn pictures clockwise by right angles", keeps_colors=True),
+    "resize": Operation(("photos",), _resize, "scale pictures to a size", keeps_colors=True),
+    "convert": Operation(("photos",), _convert, "convert pictures between files and pixel formats",
+                         keeps_colors=True),
+    "forehead": Operation(("landmarks",), _forehead, "predict points of foreheads from landmarks", ("txt", "json")),
 }
 
 
@@ -125,16 +143,16 @@ def exists(url: str) -> bool:
     return bool(fs.exists(path))
 
 
-def _input(job: Job, role: str, name: str) -> Any:
+def _input(job: Job, role: str, name: str) -> tuple[Any, pictures.Colors]:
     first = role == OPERATIONS[job.operation].inputs[0]
     pattern = job.folders[role]
     path = f"{_folder(pattern)}/{name}" if first else _partner(pattern, os.path.splitext(name)[0])
     try:
         data = _again(lambda: pictures.read(path))
         if role == "landmarks":
-            return _points(data)
-        pixels = pictures.decode(data, job.reading)
-        return pictures.as_mask(pixels, job.reading) if role == "masks" else pixels
+            return _points(data), pictures.Colors()
+        pixels, colors = pictures.decode(data, job.reading)
+        return pictures.as_mask(pixels, job.reading) if role == "masks" else pixels, colors
     except FileNotFoundError:
         raise ValueError(f"there is no {path}") from None
     except (ValueError, SyntaxError, OSError) as error:
@@ -142,7 +160,14 @@ def _input(job: Job, role: str, name: str) -> Any:
 
 
 def _points(data: bytes) -> Any:
-    return np.array([[float(value) for value in line.split(",")] for line in data.decode().split()])
+    points = []
+    for number, line in enumerate(data.decode().rstrip().splitlines(), 1):
+        try:
+            x, y = line.split(",")
+            points.append((float(x), float(y)))
+        except ValueError:
+            raise ValueError(f"line {number} is not a point; X,Y in pixels is expected, such as 232.5,118") from None
+    return np.array(points, np.float32).reshape(-1, 2)
 
 
 def _again(action: Callable[[], Any]) -> Any:
@@ -167,8 +192,10 @@ def process(job: Job, name: str) -> dict[str, Any]:
         if job.skip_existing and exists(record["output"]):
             return {**record, "status": "skipped"}
         operation = OPERATIONS[job.operation]
-        result = operation.run(*(_input(job, role, name) for role in operation.inputs), **job.options)
-        data = result.encode() if isinstance(result, str) else pictures.encode(result, job.ending, job.writing)
+        inputs, colors = zip(*(_input(job, role, name) for role in operation.inputs))
+        result = operation.run(*inputs, **job.options)
+        data = result.encode() if isinstance(result, str) else pictures.encode(
+            result, job.ending, job.writing, colors[0] if operation.keeps_colors else pictures.Colors())
         _again(lambda: pictures.write(record["output"], data))
         record["status"] = "done"
     except MemoryError:

@@ -5,6 +5,7 @@ from __future__ import annotations
 import fnmatch
 import io
 import os
+import struct
 import uuid
 from dataclasses import dataclass
 from typing import Any, Iterator
@@ -14,6 +15,7 @@ import numpy as np
 from fsspec.implementations.local import LocalFileSystem
 from PIL import Image as Pillow
 from PIL import ImageOps
+from PIL.PngImagePlugin import PngInfo
 
 from .._arrays import Image
 from ..images import convert
@@ -34,6 +36,19 @@ class Reading:
 class Writing:
     quality: int = 92  # of JPEG and WebP; a WebP of 100 loses nothing
     png_level: int = 1
+
+
+@dataclass(frozen=True)
+class Colors:
+    """What a file says about its colours. It travels with the pixels and is never applied to them."""
+
+    icc: bytes = b""
+    gamma: float = 0.0  # of a PNG without a profile; 0 without one
+
+    def profile_of(self, gray: bool) -> bytes | None:
+        """The profile when it describes such pixels: a photograph's is useless to a mask."""
+        fits = len(self.icc) >= 128 and self.icc[16:20] == (b"GRAY" if gray else b"RGB ")
+        return self.icc if fits else None
 
 
 class Unusable(Exception):
@@ -73,42 +88,65 @@ def names(url: str) -> Iterator[str]:
             yield name
 
 
-def decode(data: bytes, reading: Reading = Reading()) -> Image:
-    """Pixels as gray, BGR or BGRA."""
+def decode(data: bytes, reading: Reading = Reading()) -> tuple[Image, Colors]:
+    """Pixels as gray, BGR or BGRA, and what the file says about them."""
     with Pillow.open(io.BytesIO(data)) as picture:
         if picture.width * picture.height > MAX_PIXELS:
             raise ValueError(f"{picture.width} x {picture.height} pixels; at most 100 million are read")
+        colors = _colors_of(picture.info)
         if reading.orient:
             picture = ImageOps.exif_transpose(picture)
         mode = picture.mode
         if mode in ("CMYK", "YCCK"):
             raise ValueError("the file holds CMYK colours; gray and RGB files are read")
         if mode.startswith("I") or mode == "F":
-            pixels = np.asarray(picture.convert("I"))
-            return (np.clip(pixels, 0, 65535) >> 8).astype(np.uint8)
+            wide = np.clip(np.asarray(picture.convert("I")), 0, 65535)
+            return ((wide * 255 + 32895) >> 16).astype(np.uint8), colors  # rounded, as libpng does
         transparent = mode in ("LA", "PA", "La", "RGBa") or "transparency" in picture.info
         if mode not in ("L", "RGB", "RGBA") or transparent:
             picture = picture.convert("RGBA" if transparent else "L" if mode == "1" else "RGB")
-        pixels = np.asarray(picture)
-    if pixels.ndim == 3:
-        pixels = np.ascontiguousarray(pixels[..., [2, 1, 0, 3][: pixels.shape[2]]])
-    return pixels
+        return other_order(np.asarray(picture)), colors
 
 
-def encode(pixels: Image, ending: str, writing: Writing = Writing()) -> bytes:
-    if ending == "jpg" and pixels.ndim == 3 and pixels.shape[2] == 4:
-        raise ValueError("a JPEG has no transparency; png and webp keep it")
-    if pixels.ndim == 3:
-        pixels = pixels[..., [2, 1, 0, 3][: pixels.shape[2]]]
-    file = io.BytesIO()
-    picture = Pillow.fromarray(np.ascontiguousarray(pixels))
+def _colors_of(info: dict[str, Any]) -> Colors:
+    icc = info.get("icc_profile") or b""
+    return Colors(icc, 0.0 if icc or "srgb" in info else float(info.get("gamma") or 0))
+
+
+def other_order(pixels: Image) -> Image:
+    """Red and blue swapped; gray stays as it is."""
+    if pixels.ndim == 2:
+        return pixels
+    return np.ascontiguousarray(pixels[..., [2, 1, 0, 3][: pixels.shape[2]]])
+
+
+def encode(pixels: Image, ending: str, writing: Writing = Writing(), colors: Colors = Colors()) -> bytes:
+    gray = pixels.ndim == 2
     if ending == "jpg":
-        picture.save(file, "JPEG", quality=writing.quality, subsampling=0)
+        pixels = without_alpha(pixels)
+    file = io.BytesIO()
+    picture = Pillow.fromarray(other_order(pixels))
+    if ending == "jpg":
+        picture.save(file, "JPEG", quality=writing.quality, subsampling=0, icc_profile=colors.profile_of(gray))
     elif ending == "webp":
-        picture.save(file, "WEBP", quality=writing.quality, lossless=writing.quality == 100, exact=True)
+        lossless = gray or writing.quality == 100
+        picture.save(file, "WEBP", quality=75 if lossless else writing.quality, lossless=lossless,
+                     icc_profile=colors.profile_of(False))
     else:
-        picture.save(file, "PNG", compress_level=writing.png_level)
+        profile, chunks = colors.profile_of(gray), PngInfo()
+        if not profile and colors.gamma:
+            chunks.add(b"gAMA", struct.pack(">I", round(colors.gamma * 100_000)))
+        picture.save(file, "PNG", compress_level=min(writing.png_level, 9), icc_profile=profile, pnginfo=chunks)
     return file.getvalue()
+
+
+def without_alpha(pixels: Image) -> Image:
+    """Gray or BGR; white lies behind what is transparent."""
+    alpha = alpha_of(pixels)
+    if alpha is None:
+        return pixels if pixels.ndim == 2 else as_bgr(pixels)
+    share = alpha[..., np.newaxis].astype(np.uint32)
+    return (255 - ((255 - pixels[..., :3]) * share + 127) // 255).astype(np.uint8)
 
 
 def alpha_of(pixels: Image) -> Image | None:
