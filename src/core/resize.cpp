@@ -24,6 +24,7 @@ void scale(const Scaling& scaling, InterpolationMethod method) {
   switch (method) {
     case InterpolationMethod::kLinear:
       if (width == 2 && height == 2) return scale_by_blocks(scaling, width, height);
+      if (enlarge_mask(scaling)) return;
       return scale_linear(scaling, centred_place);
     case InterpolationMethod::kCubic:
       return scale_cubic(scaling);

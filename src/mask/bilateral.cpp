@@ -9,7 +9,7 @@
 #include "core/kernels/bilateral.h"
 #include "core/mirrored.h"
 #include "mask/mirrored_row.h"
-#include "mask/row_bands.h"
+#include "core/row_bands.h"
 
 namespace kel::mask {
 namespace {

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <vector>
 
-#include "mask/row_bands.h"
+#include "core/row_bands.h"
 
 namespace kel::mask {
 namespace {

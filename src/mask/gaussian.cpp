@@ -10,7 +10,7 @@
 #include "core/mirrored.h"
 #include "mask/flat_cells.h"
 #include "mask/mirrored_row.h"
-#include "mask/row_bands.h"
+#include "core/row_bands.h"
 
 namespace kel::mask {
 namespace {

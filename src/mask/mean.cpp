@@ -7,7 +7,7 @@
 #include "core/kernels/mean.h"
 #include "core/kernels/transpose.h"
 #include "core/mirrored.h"
-#include "mask/row_bands.h"
+#include "core/row_bands.h"
 
 namespace kel::mask {
 namespace {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "core/kernels/median_by_columns.h"
-#include "mask/row_bands.h"
+#include "core/row_bands.h"
 
 namespace kel::mask {
 

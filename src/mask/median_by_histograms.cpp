@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "core/kernels/median_run_by_histograms.h"
-#include "mask/row_bands.h"
+#include "core/row_bands.h"
 
 namespace kel::mask {
 namespace {

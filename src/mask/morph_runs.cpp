@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "core/kernels/spread_row.h"
-#include "mask/row_bands.h"
+#include "core/row_bands.h"
 
 namespace kel::mask {
 namespace {

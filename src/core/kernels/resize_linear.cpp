@@ -20,10 +20,6 @@ void linear_across(const RowsAcross<int16_t>& rows, const LinearColumns& columns
   linear_across_plain(rows, columns);
 }
 
-void find_flat_runs(int16_t* runs, const int16_t* row, int64_t count) {
-  find_flat_runs_plain(runs, row, count);
-}
-
 void linear_down(uint8_t* dst, const LinearRows& rows, int64_t count) {
   linear_down_plain(dst, rows, count);
 }
@@ -81,20 +77,7 @@ void linear_across(const RowsAcross<int16_t>& rows, const LinearColumns& columns
   rows.count == 2 ? across_rows<2>(rows, columns) : across_rows<1>(rows, columns);
 }
 
-void find_flat_runs(int16_t* runs, const int16_t* row, int64_t count) {
-  const D16 d;
-  for (int64_t i = 0; i < count / LinearRows::kRun; ++i, row += LinearRows::kRun) {
-    const auto first = hn::Set(d, row[0]);
-    auto differences = hn::Zero(d);
-    for (int64_t x = 0; x < LinearRows::kRun; x += kStep) {
-      differences = hn::Or(differences, hn::Xor(first, hn::LoadU(d, row + x)));
-    }
-    runs[i] = hn::AllTrue(d, hn::Eq(differences, hn::Zero(d)));
-  }
-}
-
-// The elements first ... end - 1 of a row.
-HWY_INLINE void blend(uint8_t* dst, const LinearRows& rows, int64_t first, int64_t end) {
+void linear_down(uint8_t* dst, const LinearRows& rows, int64_t count) {
   const D16 d;
   const D8 d8;
   const auto upper_weight = hn::Set(d, rows.upper_weight);
@@ -107,32 +90,15 @@ HWY_INLINE void blend(uint8_t* dst, const LinearRows& rows, int64_t first, int64
     const auto sum = hn::Add(hn::Add(high, low), hn::Set(d, int16_t{2}));
     return hn::DemoteTo(d8, hn::ShiftRight<2>(sum));
   };
-  int64_t x = first;
-  for (; x + kStep <= end; x += kStep) {
+  int64_t x = 0;
+  for (; x + kStep <= count; x += kStep) {
     prefetch_to_write(dst + x);
     hn::StoreU(bytes(x), d8, dst + x);
   }
-  if (x == end) return;
+  if (x == count) return;
   alignas(32) uint8_t last[kStep];
   hn::Store(bytes(x), d8, last);
-  std::memcpy(dst + x, last, static_cast<size_t>(end - x));
-}
-
-void linear_down(uint8_t* dst, const LinearRows& rows, int64_t count) {
-  if (rows.upper_runs == nullptr) return blend(dst, rows, 0, count);
-  for (int64_t x = 0; x < count; x += LinearRows::kRun) {
-    const int64_t run = x / LinearRows::kRun;
-    const int64_t end = HWY_MIN(x + LinearRows::kRun, count);
-    if (end - x < LinearRows::kRun || (rows.upper_runs[run] & rows.lower_runs[run]) == 0) {
-      blend(dst, rows, x, end);
-    } else {
-      LinearRows first = rows;
-      first.upper += x;
-      first.lower += x;
-      linear_down_plain(dst + x, first, 1);
-      std::memset(dst + x + 1, dst[x], LinearRows::kRun - 1);
-    }
-  }
+  std::memcpy(dst + x, last, static_cast<size_t>(count - x));
 }
 
 #endif
@@ -144,15 +110,10 @@ HWY_AFTER_NAMESPACE();
 namespace kel::imgproc {
 
 HWY_EXPORT(linear_across);
-HWY_EXPORT(find_flat_runs);
 HWY_EXPORT(linear_down);
 
 void linear_across(const RowsAcross<int16_t>& rows, const LinearColumns& columns) {
   HWY_DYNAMIC_DISPATCH(linear_across)(rows, columns);
-}
-
-void find_flat_runs(int16_t* runs, const int16_t* row, int64_t count) {
-  HWY_DYNAMIC_DISPATCH(find_flat_runs)(runs, row, count);
 }
 
 void linear_down(uint8_t* dst, const LinearRows& rows, int64_t count) {

@@ -21,20 +21,11 @@ void linear_across_plain(const RowsAcross<int16_t>& rows, const LinearColumns& c
 
 // Two rows that were scaled across, and their weights.
 struct LinearRows {
-  static constexpr int64_t kRun = 64;
-
   const int16_t* upper = nullptr;
   const int16_t* lower = nullptr;
   int16_t upper_weight = 0;
   int16_t lower_weight = 0;
-  const int16_t* upper_runs = nullptr;  // as found by find_flat_runs, or both null
-  const int16_t* lower_runs = nullptr;
 };
-
-// runs[i] = whether the kRun elements from kRun * i on are all alike; a shorter one at the end is
-// not looked at.
-void find_flat_runs(int16_t* runs, const int16_t* row, int64_t count);
-void find_flat_runs_plain(int16_t* runs, const int16_t* row, int64_t count);
 
 // dst = (upper * weight >> 16) + (lower * weight >> 16), with two more bits rounded off. Rows have
 // `count` elements rounded up to 16.

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cstddef>
 
 #include "core/kernels/resize_linear.h"
@@ -21,12 +20,6 @@ void across(int16_t* out, const uint8_t* row, const LinearColumns& columns) {
 void linear_across_plain(const RowsAcross<int16_t>& rows, const LinearColumns& columns) {
   for (size_t i = 0; i < static_cast<size_t>(rows.count); ++i) {
     across(rows.to[i], rows.from[i], columns);
-  }
-}
-
-void find_flat_runs_plain(int16_t* runs, const int16_t* row, int64_t count) {
-  for (int64_t i = 0; i < count / LinearRows::kRun; ++i, row += LinearRows::kRun) {
-    runs[i] = std::all_of(row, row + LinearRows::kRun, [&](int16_t x) { return x == row[0]; });
   }
 }
 

@@ -22,18 +22,14 @@ class Linear {
 
   void run(int64_t top, int64_t end) const {
     const int64_t count = scaling_.channels() * (columns_.end - columns_.first);
-    RecentRows<int16_t> recent(scaling_, 2, row_length() + row_length() / LinearRows::kRun + 1);
+    RecentRows<int16_t> recent(scaling_, 2, row_length());
     const auto make = [&](const RowsAcross<int16_t>& rows) { scale_across(rows); };
     for (int64_t y = top; y < end; ++y) {
       const auto [first, fraction] = place_(scaling_.y, y);
       const auto weights = linear_weights(fraction);
       const int64_t wanted = last_wanted_row(scaling_.y, first + 1, 2);
-      LinearRows rows{recent.row(first, wanted, make), recent.row(first + 1, wanted, make),
-                      weights[0], weights[1]};
-      if (finds_runs()) {
-        rows.upper_runs = rows.upper + row_length();
-        rows.lower_runs = rows.lower + row_length();
-      }
+      const LinearRows rows{recent.row(first, wanted, make), recent.row(first + 1, wanted, make),
+                            weights[0], weights[1]};
       linear_down(scaling_.dst_at(columns_.first, y), rows, count);
     }
   }
@@ -66,18 +62,12 @@ class Linear {
     }
   }
 
-  // Of a row that was scaled across; what was found about its runs comes behind it.
+  // Of a row that was scaled across.
   int64_t row_length() const { return 8 * across_.pairs.blocks; }
-
-  // Worth it when each row is used several times, as in the enlargement of masks.
-  bool finds_runs() const { return scaling_.y.scale < 0.5; }
 
   void scale_across(const RowsAcross<int16_t>& rows) const {
     linear_across(rows, across_);
     correct_uneven(rows);
-    for (size_t i = 0; finds_runs() && i < static_cast<size_t>(rows.count); ++i) {
-      find_flat_runs(rows.to[i] + row_length(), rows.to[i], row_length());
-    }
   }
 
   void correct_uneven(const RowsAcross<int16_t>& rows) const {

@@ -11,6 +11,7 @@
 
 #include "core/kernels/byte_gather.h"
 #include "core/resample/axis.h"
+#include "core/row_bands.h"
 
 namespace kel::imgproc {
 
@@ -44,29 +45,21 @@ struct Columns {
 
 void scale_nearest(const Scaling& scaling);
 void scale_linear(const Scaling& scaling, Place (*place)(const Axis&, int64_t));
+bool enlarge_mask(const Scaling& scaling);  // as scale_linear; false if it would not be faster
 void scale_cubic(const Scaling& scaling);
 void scale_by_area(const Scaling& scaling);                                   // not below 1
 void scale_by_blocks(const Scaling& scaling, int64_t width, int64_t height);  // whole factors
-
-// Runs work(first row, end) for all rows of the result, shared over OpenCV's threads if there are
-// many pixels.
-template <typename Work>
-void share_rows(const cv::Mat& dst, const Work& work) {
-  constexpr double kPixelsOfAShare = 1 << 16;
-  const double shares = static_cast<double>(dst.total()) / kPixelsOfAShare;
-  if (shares < 2) return work(0, dst.rows);
-  cv::parallel_for_(
-      {0, dst.rows}, [&](const cv::Range& rows) { work(rows.start, rows.end); }, shares);
-}
 
 // Makes a Method for a few columns at a time, which is asked for ranges of rows.
 template <typename Method, typename... Details>
 void scale_with(const Scaling& scaling, Details... details) {
   constexpr int64_t kColumns = 2048;
+  constexpr int32_t kLeastRows = 16;  // a band scales up to three rows of the source anew
   for (int64_t first = 0; first < scaling.dst.cols; first += kColumns) {
     const Columns columns{first, std::min<int64_t>(first + kColumns, scaling.dst.cols)};
     const Method method(scaling, columns, details...);
-    share_rows(scaling.dst, [&](int64_t top, int64_t end) { method.run(top, end); });
+    for_each_band(scaling.dst, kLeastRows,
+                  [&](const cv::Range& rows) { method.run(rows.start, rows.end); });
   }
 }
 

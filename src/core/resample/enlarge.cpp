@@ -1,18 +1,17 @@
-#include "mask/enlarge.h"
-
+// Bilinear enlargement of masks, whose cost follows their edges: what lies between two pixels of
+// one value has that value.
 #include <algorithm>
 #include <bit>
 #include <vector>
 
 #include "core/kernels/enlarge_row.h"
 #include "core/resample/axis.h"
-#include "core/resize.h"
-#include "mask/row_bands.h"
+#include "core/resample/scaling.h"
+#include "core/row_bands.h"
 
-namespace kel::mask {
+namespace kel::imgproc {
 namespace {
 
-using imgproc::EnlargedColumns;
 using Words = std::vector<uint64_t>;
 
 constexpr int64_t kChunk = EnlargedColumns::kChunk;
@@ -20,16 +19,16 @@ constexpr int64_t kBits = 64;  // of a word
 
 size_t words_of(int64_t bits) { return static_cast<size_t>((bits + kBits - 1) / kBits); }
 
-struct Columns {
+struct MaskColumns {
   EnlargedColumns all;
   std::vector<int64_t> starts;  // first column of the result that is right of a source column
 
-  Columns(int64_t src_width, int64_t width) {
+  MaskColumns(int64_t src_width, int64_t width) {
     all.width = width;
     allocate(src_width);
-    const imgproc::Axis axis(src_width, width);
+    const Axis axis(src_width, width);
     for (int64_t x = 0; x < width; ++x) {
-      imgproc::Place place = imgproc::centred_place(axis, x);
+      Place place = centred_place(axis, x);
       if (place.first < 0) place = {0, 0};
       if (place.first >= src_width - 1) place = {src_width - 1, 0};
       set(x, place, src_width);
@@ -48,17 +47,17 @@ struct Columns {
 
  private:
   void allocate(int64_t src_width) {
-    imgproc::ByteGather& gather = all.pairs.pairs;
+    ByteGather& gather = all.pairs.pairs;
     gather.blocks = (all.width + 15) / 16 * 2;
     gather.windows = gather.usual_windows = 1;
     gather.starts.resize(static_cast<size_t>(gather.blocks));
-    gather.lookup.resize(static_cast<size_t>(16 * gather.blocks), imgproc::ByteGather::kNone);
+    gather.lookup.resize(static_cast<size_t>(16 * gather.blocks), ByteGather::kNone);
     all.pairs.weights.resize(static_cast<size_t>(8 * gather.blocks));
     starts.reserve(static_cast<size_t>(src_width) + 1);
   }
 
-  void set(int64_t x, imgproc::Place place, int64_t src_width) {
-    const auto [left_weight, right_weight] = imgproc::linear_weights(place.fraction);
+  void set(int64_t x, Place place, int64_t src_width) {
+    const auto [left_weight, right_weight] = linear_weights(place.fraction);
     const auto left = static_cast<int32_t>(place.first);
     const int32_t right = std::min(left + 1, static_cast<int32_t>(src_width) - 1);
     while (static_cast<int32_t>(starts.size()) <= left) starts.push_back(x);
@@ -66,11 +65,11 @@ struct Columns {
       all.places.push_back(left);
       all.first_uneven.push_back(static_cast<int64_t>(all.uneven.size()));
     }
-    if (left_weight + right_weight != 1 << imgproc::kWeightBits) {
+    if (left_weight + right_weight != 1 << kWeightBits) {
       all.uneven.push_back({x, left, right, left_weight, right_weight});
     }
-    imgproc::ByteGather& gather = all.pairs.pairs;
-    const auto last_start = static_cast<int32_t>(src_width - imgproc::ByteGather::kBlock);
+    ByteGather& gather = all.pairs.pairs;
+    const auto last_start = static_cast<int32_t>(src_width - ByteGather::kBlock);
     int32_t& start = gather.starts[static_cast<size_t>(x / 8)];
     if (x % 8 == 0) start = std::min(left, last_start);
     const bool right_is_near = right_weight >= 1024;
@@ -84,27 +83,26 @@ struct Columns {
 
 class Rows {
  public:
-  Rows(cv::Mat& dst, const cv::Mat& src, const Columns& columns, const imgproc::Axis& axis)
-      : dst_(dst),
-        src_(src),
+  Rows(const Scaling& scaling, const MaskColumns& columns)
+      : scaling_(scaling),
+        src_(scaling.src),
         columns_(columns),
-        axis_(axis),
-        changes_(words_of(src.cols)),
+        changes_(words_of(src_.cols)),
         mixed_{Words(words_of(static_cast<int64_t>(columns.all.places.size()))), mixed_[0]} {}
 
   void run(const cv::Range& rows) {
     for (int32_t y = rows.start; y < rows.end; ++y) {
-      const imgproc::Place place = imgproc::centred_place(axis_, y);
+      const Place place = centred_place(scaling_.y, y);
       const auto inside = [&](int64_t row) {
         return static_cast<int32_t>(std::clamp<int64_t>(row, 0, src_.rows - 1));
       };
       const int32_t upper = inside(place.first);
       const int32_t lower = inside(place.first + 1);
-      const auto [upper_weight, lower_weight] = imgproc::linear_weights(place.fraction);
-      imgproc::enlarge_row(dst_.ptr(y),
-                           {src_.ptr(upper), src_.ptr(lower), upper_weight, lower_weight,
-                            mixed(upper), mixed(lower)},
-                           columns_.all);
+      const auto [upper_weight, lower_weight] = linear_weights(place.fraction);
+      enlarge_row(scaling_.dst_at(0, y),
+                  {src_.ptr(upper), src_.ptr(lower), upper_weight, lower_weight, mixed(upper),
+                   mixed(lower)},
+                  columns_.all);
     }
   }
 
@@ -116,7 +114,7 @@ class Rows {
     if (numbers_[slot] == y) return mixed.data();
     numbers_[slot] = y;
     std::fill(mixed.begin(), mixed.end(), 0);
-    imgproc::find_changes(changes_.data(), src_.ptr(y), src_.cols);
+    find_changes(changes_.data(), src_.ptr(y), src_.cols);
     for (size_t word = 0; word < changes_.size(); ++word) {
       for (uint64_t bits = changes_[word]; bits != 0; bits &= bits - 1) {
         const int64_t x = kBits * static_cast<int64_t>(word) + std::countr_zero(bits);
@@ -128,10 +126,9 @@ class Rows {
     return mixed.data();
   }
 
-  cv::Mat& dst_;
+  const Scaling& scaling_;
   const cv::Mat& src_;
-  const Columns& columns_;
-  const imgproc::Axis& axis_;
+  const MaskColumns& columns_;
   Words changes_;
   Words mixed_[2];  // of two rows, by their numbers
   int32_t numbers_[2] = {-1, -1};
@@ -144,7 +141,7 @@ bool is_mostly_flat(const cv::Mat& image) {
   size_t found = 0;
   Words changes(words_of(image.cols));
   for (int32_t y = 0; y < image.rows; y += kStep) {
-    imgproc::find_changes(changes.data(), image.ptr(y), image.cols);
+    find_changes(changes.data(), image.ptr(y), image.cols);
     for (const uint64_t word : changes) found += static_cast<size_t>(std::popcount(word));
   }
   return found * kStep * kFew <= image.total();
@@ -152,14 +149,14 @@ bool is_mostly_flat(const cv::Mat& image) {
 
 }  // namespace
 
-void enlarge(cv::Mat& dst, const cv::Mat& src) {
-  if (src.cols < imgproc::ByteGather::kBlock || dst.cols <= src.cols || dst.rows <= src.rows ||
-      !is_mostly_flat(src)) {
-    return imgproc::resize_plane(dst, src, imageprocess::InterpolationMethod::kLinear);
-  }
-  const Columns columns(src.cols, dst.cols);
-  const imgproc::Axis down(src.rows, dst.rows);
-  for_each_band(dst, 16, [&](const cv::Range& rows) { Rows(dst, src, columns, down).run(rows); });
+bool enlarge_mask(const Scaling& scaling) {
+  const cv::Mat& src = scaling.src;
+  const bool is_enlarged = scaling.dst.cols > src.cols && scaling.dst.rows > src.rows;
+  const bool has_blocks = src.cols >= ByteGather::kBlock;
+  if (scaling.channels() != 1 || !is_enlarged || !has_blocks || !is_mostly_flat(src)) return false;
+  const MaskColumns columns(src.cols, scaling.dst.cols);
+  for_each_band(scaling.dst, 16, [&](const cv::Range& rows) { Rows(scaling, columns).run(rows); });
+  return true;
 }
 
-}  // namespace kel::mask
+}  // namespace kel::imgproc

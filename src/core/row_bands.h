@@ -1,4 +1,4 @@
-// Work of filters shared over OpenCV's threads.
+// Work on images shared over OpenCV's threads.
 #pragma once
 
 #include <algorithm>
@@ -6,7 +6,7 @@
 #include <functional>
 #include <opencv2/core.hpp>
 
-namespace kel::mask {
+namespace kel {
 
 // Splits an image's rows into bands that run in parallel; small images are one band. Bands of fewer
 // rows than `least` would cost more in shared work than they gain.
@@ -19,4 +19,4 @@ inline void for_each_band(const cv::Mat& image, int32_t least,
   cv::parallel_for_({0, image.rows}, body, static_cast<double>(bands));
 }
 
-}  // namespace kel::mask
+}  // namespace kel
