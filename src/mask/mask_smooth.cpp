@@ -6,6 +6,7 @@
 #include "core/saturate.h"
 #include "mask/binarise.h"
 #include "mask/caller_mat.h"
+#include "mask/enlarge.h"
 #include "mask/make_edge_add.h"
 #include "mask/median.h"
 #include "mask/opencv_limits.h"
@@ -20,10 +21,6 @@ constexpr int kFullSizeMedian = 15;   // side, independent of ksize
 // The integer nearest to limit / larger side, in single precision.
 int32_t working_scale(uint32_t limit, int32_t larger_side) {
   return saturate_to_int32(static_cast<float>(limit) / static_cast<float>(larger_side) + 0.5F);
-}
-
-void enlarge(cv::Mat& dst, const cv::Mat& src) {
-  imgproc::resize_plane(dst, src, imageprocess::InterpolationMethod::kLinear);
 }
 
 cv::Mat scaled(const cv::Mat& src, cv::Size size) {

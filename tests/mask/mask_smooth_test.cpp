@@ -1,5 +1,5 @@
 // mvk_make_mask_smooth against its pipeline as written, and the steps of the edge refinement.
-#include "core/resize.h"
+#include "mask/enlarge.h"
 #include "mask/make_edge_add.h"
 #include "mask/masks.h"
 #include "support/judged_by_opencv.h"
@@ -38,10 +38,6 @@ void expect_smooth_masks(const TestImage& mask, const cv::Mat& photo, cv::Size s
   }
 }
 
-void enlarge(cv::Mat& dst, const cv::Mat& src) {
-  kel::imgproc::resize_plane(dst, src, kel::imageprocess::InterpolationMethod::kLinear);
-}
-
 class MaskSmooth : public test::JudgedByOpenCv {};
 class EdgeRefinement : public test::JudgedByOpenCv {};
 
@@ -55,7 +51,7 @@ TEST_F(MaskSmooth, Enlargement) {
         cv::Mat got(random.range(1, 600), random.range(1, 600), CV_8UC1);
         const cv::Mat expected = as_written::scaled(from, got.size());
         test::on_every_target([&] {
-          enlarge(got, from);
+          kel::mask::enlarge(got, from);
           ASSERT_EQ(cv::norm(got, expected), 0.0) << from.size() << " to " << got.size();
         });
       }
@@ -76,7 +72,7 @@ TEST_F(MaskSmooth, EnlargementOfBlocks) {
     cv::Mat got(random.range(src.rows, 500), random.range(src.cols, 5000), CV_8UC1);
     const cv::Mat expected = as_written::scaled(src, got.size());
     test::on_every_target([&] {
-      enlarge(got, src);
+      kel::mask::enlarge(got, src);
       ASSERT_EQ(cv::norm(got, expected), 0.0) << src.size() << " to " << got.size();
     });
   }
