@@ -27,7 +27,8 @@ def forehead(landmarks: Any, size: Sequence[int]) -> NDArray[np.int32]:
     size       (width, height) of the image
 
     Returns 11 x 2, int32, pixels: up from the side of contour point 0, the apex (index 5), and down
-    on the other side.
+    on the other side. Landmarks that form no face give meaningless points. Raises ValueError for
+    another number of landmarks.
 
     >>> face = read_landmarks("samples/hopper_landmarks106.txt")
     >>> forehead(face, (512, 600))[5].tolist()
@@ -64,7 +65,11 @@ _SHIFTED = np.array([(64, 78, 44, 43), (65, 78, 45, 43), (72, 79, 45, 43), (73, 
 
 
 def to_internal_layout(landmarks: Any) -> Points:
-    """The 96 points of the internal layout of 106 landmarks, float32.
+    """The internal layout of a face: 96 points, made of the 106 that detectors deliver.
+
+    landmarks  106 x 2, x and y in pixels
+
+    Returns 96 x 2, float32, pixels. Raises ValueError for another number of points.
 
     >>> to_internal_layout(np.zeros((106, 2))).shape
     (96, 2)
@@ -139,6 +144,8 @@ def _file_arguments(path: Path, separator: str) -> tuple[bytes, bytes]:
 
 def read_landmarks(path: Path, *, separator: str = ",", dims: int = 2) -> Points:
     """The points of a landmark file: a line each, x and y (and z for ``dims`` 3).
+
+    separator  the mark between the numbers of a line
 
     Returns N x dims, float32. Fields that are missing or no number are 0. Raises OSError when the
     file cannot be read.

@@ -229,10 +229,15 @@ def convert(image: Picture, to: str, *, format: str | None = None, out: Any = No
 def resize(
     image: AnyPicture, size: Sequence[int], *, method: str = "area", out: AnyPicture | None = None
 ) -> AnyPicture:
-    """The image scaled to ``size`` = (width, height) by "nearest", "linear", "cubic" or "area".
+    """The image scaled.
 
-    Gray, three and four channels, or a :class:`Frame`. A frame has an even size afterwards, and an
-    odd last row and column of it is left out.
+    image   H x W, H x W x 3 or H x W x 4, uint8, or a :class:`Frame`, of which an odd last row and
+            column is left out
+    size    (width, height) in pixels, both even for a Frame
+    method  "nearest", "linear", "cubic" or "area", which alone averages when it makes smaller
+    out     array or Frame of that size that is written instead of a fresh one
+
+    Returns what was given: an array or a Frame. Raises ValueError for odd sizes of a Frame.
 
     >>> resize(np.zeros((4, 4, 3), np.uint8), (8, 2)).shape
     (2, 8, 3)
@@ -255,10 +260,14 @@ def resize(
 
 
 def rotate(image: AnyPicture, angle: int, *, out: AnyPicture | None = None) -> AnyPicture:
-    """The image turned clockwise by 0 (a copy), 90, 180 or 270 degrees.
+    """The image turned clockwise.
 
-    Gray, three and four channels, or a :class:`Frame`, of which an odd last row and column is left
-    out.
+    image  H x W, H x W x 3 or H x W x 4, uint8, or a :class:`Frame`, of which an odd last row and
+           column is left out
+    angle  degrees: 0 (a copy), 90, 180 or 270
+    out    array or Frame of the turned size that is written instead of a fresh one
+
+    Returns what was given: an array or a Frame. Raises ValueError for other angles.
 
     >>> rotate(np.array([[1, 2, 3]], np.uint8), 90).tolist()
     [[1], [2], [3]]

@@ -123,9 +123,13 @@ def _reduced(mask: Image, photo: Size) -> Image:
 
 
 def fill_holes(mask: Image, *, level: int = 127, out: Image | None = None) -> Image:
-    """Makes a mask black and white (255 above ``level``, 0 to 254) and fills its holes.
+    """Makes a mask black and white and fills its holes.
 
-    ``out`` may be the mask itself.
+    mask   H x W, uint8
+    level  pixels above it are inside, 0 to 254
+    out    H x W array that is written instead of a fresh one; may be the mask itself
+
+    Returns H x W, uint8, 0 and 255.
 
     >>> ring = fill_polygon([(1, 1), (5, 1), (5, 5), (1, 5)], (7, 7))
     >>> ring[3, 3] = 0
@@ -199,6 +203,9 @@ def fill_polygon(points: Any, size: Sequence[int], *, out: Image | None = None) 
     points  N x 2, x and y in pixels, (0, 0) the centre of the top-left pixel; fractions are
             rounded. The polygon closes itself and may reach outside; one or two points are a dot
             or a line, none give an empty mask
+    out     H x W array that is written instead of a fresh one
+
+    Returns H x W, uint8. Raises ValueError for points that are no finite numbers.
 
     >>> fill_polygon([(0, 0), (1, 0), (1, 1), (0, 1)], (3, 3)).tolist()
     [[255, 255, 0], [255, 255, 0], [0, 0, 0]]
@@ -214,7 +221,12 @@ def fill_polygon(points: Any, size: Sequence[int], *, out: Image | None = None) 
 
 
 def bbox(mask: Image, *, level: int = 128) -> Box | None:
-    """The box around the pixels that are ``level`` (1 to 254) or more; None without any.
+    """The box around the pixels that are ``level`` or more.
+
+    mask   H x W, uint8
+    level  1 to 254
+
+    Returns left, top, right and bottom in pixels, all four of the box; None without such a pixel.
 
     >>> bbox(fill_polygon([(2, 1), (4, 3)], (9, 9)))
     Box(left=2, top=1, right=4, bottom=3)

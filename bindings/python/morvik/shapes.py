@@ -45,7 +45,7 @@ def outlines(
     threshold  pixels above it are shape, 0 to 253
 
     Returns N x 2 arrays of int32, x and y in pixels; of holes, too, where the mode keeps them. A
-    mask without shapes has none.
+    mask without shapes has none. Raises ValueError for a ``center`` that the mode does not use.
 
     >>> [len(outline) for outline in outlines(fill_polygon([(4, 4), (6, 6)], (12, 12)), expand=2)]
     [12]
@@ -58,7 +58,7 @@ def outlines(
     if center is not None:
         if mode not in ("polar-center", "vector-center"):
             raise ValueError(f"the mode {mode} has no center")
-        point = points_of([center], "center")
+        point = points_of(np.reshape(center, (1, -1)), "center")
         record.center = ctypes.pointer(raw.TPOINT(*point[0].tolist()))
     if isinstance(mask, Frame):
         if mask.format != "nv21":
@@ -89,12 +89,18 @@ def _trace(image: bytes, mode: raw.MKOutlineMode) -> list[Outline]:
     return np.split(every, np.cumsum(counts)[:-1]) if counts else []
 
 
-def _outlines_of(outlines: Any, name: str = "outlines") -> list[Outline]:
-    return [points_of(outline, name) for outline in outlines]
+def _outlines_of(outlines: Any) -> list[Outline]:
+    if not isinstance(outlines, (list, tuple)):
+        raise TypeError(f"outlines is a list of N x 2 arrays, not {type(outlines).__name__}")
+    return [points_of(outline, "an outline") for outline in outlines]
 
 
 def outlines_to_svg(outlines: Outlines, size: Sequence[int], *, color: str = "#e11d48") -> str:
-    """The outlines as an SVG picture of ``size`` = (width, height), one path.
+    """The outlines as the text of an SVG picture with one path.
+
+    outlines  N x 2 arrays, x and y in pixels
+    size      (width, height) of the picture
+    color     of the line, as SVG and CSS write it
 
     >>> outlines_to_svg([np.array([[0, 0], [2, 0], [2, 2]])], (3, 3)).count("L")
     2
@@ -104,6 +110,8 @@ def outlines_to_svg(outlines: Outlines, size: Sequence[int], *, color: str = "#e
     for outline in _outlines_of(outlines):
         text = "L".join(f"{x},{y} " for x, y in outline)
         paths.append(f"M{text}Z\n")
+    if not isinstance(color, str):
+        raise TypeError(f"color is a text such as '#e11d48', not {color!r:.60}")
     color = "".join(c for c in color if c not in "<>&\"'")
     # Points are pixel centres, so the picture's corner lies half a pixel before the origin.
     return (f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="-0.5 -0.5 {width} {height}" '
@@ -170,6 +178,9 @@ def _inside(point: NDArray[np.int32], ring: Outline) -> bool:
 def mask_to_coco_rle(mask: Image, *, level: int = 127) -> Dict[str, Any]:
     """A mask as COCO's compressed run lengths: {"size": [height, width], "counts": text}.
 
+    mask   H x W, uint8
+    level  pixels above it are inside, 0 to 254
+
     >>> mask_to_coco_rle(fill_polygon([(1, 0), (1, 2)], (3, 3)))
     {'size': [3, 3], 'counts': '333'}
     """
@@ -195,11 +206,15 @@ def _rle_text(value: int) -> str:
 
 
 def coco_rle_to_mask(rle: Dict[str, Any]) -> Image:
-    """The mask (0 and 255) of COCO run lengths, compressed (text or bytes) or as a list.
+    """The mask, H x W of 0 and 255, of COCO run lengths: compressed (text or bytes) or a list.
+
+    Raises ValueError when the counts do not make a mask of the size.
 
     >>> coco_rle_to_mask({"size": [1, 4], "counts": [1, 2, 1]}).tolist()
     [[0, 255, 255, 0]]
     """
+    if not isinstance(rle, dict) or not {"size", "counts"} <= rle.keys() or len(rle["size"]) != 2:
+        raise ValueError('run lengths are {"size": [height, width], "counts": ...}')
     height, width = (whole(side, "size", 1, 1 << 19) for side in rle["size"])
     check_size(width, height, "the mask")
     counts = rle["counts"]
@@ -254,9 +269,9 @@ def sticker(
     """
     photo = source(photo, "photo", 3, 4, packed=False)
     mask = source(mask, "mask", 1, packed=True)
+    if np.shape(color) != (3,):
+        raise ValueError(f"color is (blue, green, red), not {color!r:.60}")
     bgr = [whole(value, "color", 0, 255) for value in color]
-    if len(bgr) != 3:
-        raise ValueError("color is (blue, green, red)")
     if (crop or fit is not None) and out is not None:
         raise ValueError("out goes with neither crop nor fit: the box is not known before")
     larger = max(photo.shape[:2])

@@ -77,6 +77,10 @@ WRONG = [
     (lambda: morvik.write_landmarks(os.devnull, FACE, separator="1"), ValueError, "separator"),
     (lambda: morvik.sticker(BGR, GRAY), ValueError, "no pixel of the mask is above 127"),
     (lambda: morvik.sticker(BGR, GRAY, color=(1, 2)), ValueError, "blue, green, red"),
+    (lambda: morvik.sticker(BGR, GRAY, color="#fff"), ValueError, "blue, green, red.*#fff"),
+    (lambda: morvik.outlines_to_svg(None, (3, 3)), TypeError, "a list of N x 2 arrays"),
+    (lambda: morvik.outlines_to_svg([], (3, 3), color=5), TypeError, "a text such as"),
+    (lambda: morvik.coco_rle_to_mask({"size": [2, 2]}), ValueError, "run lengths are"),
     (lambda: morvik.coco_rle_to_mask({"size": [2, 2], "counts": "5"}), ValueError, "do not make"),
 ]
 
