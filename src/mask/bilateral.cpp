@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <vector>
 
 #include "core/elementary.h"
@@ -56,11 +57,12 @@ std::vector<float> place_weights(int32_t radius, double sigma) {
   return weights;
 }
 
+// Scaled for the kernel, which is exact.
 std::vector<float> colour_weights(int channels, double sigma) {
   std::vector<float> weights;
   weights.reserve(static_cast<size_t>(256) * static_cast<size_t>(channels));
   for (int32_t i = 0; i < 256 * channels; ++i) {
-    weights.push_back(weight_of(i * i, sigma));
+    weights.push_back(weight_of(i * i, sigma) * imageprocess::kWeightScale);
   }
   return weights;
 }
@@ -90,7 +92,15 @@ class Bilateral {
       ends_.push_back(static_cast<int32_t>(offsets_.size()));
       ++y;
     }
-    taps_ = {offsets_.data(), places.data(), ends_.data(), 2 * radius + 1, colours.data(), plane_};
+    const float least = *std::min_element(places.begin(), places.end()) *
+                        (colours.back() / imageprocess::kWeightScale);
+    taps_ = {offsets_.data(),
+             places.data(),
+             ends_.data(),
+             2 * radius + 1,
+             colours.data(),
+             plane_,
+             least < std::numeric_limits<float>::min()};
     for (auto& means : means_of_even_) means.fill(kUnknown);
   }
 

@@ -111,9 +111,8 @@ struct Doubles {
 };
 #endif
 
-// a * b + c, rounded once; a is a byte, so that its product with b is exact in double precision.
-// Rounding twice goes wrong only from exactly between two floats. (Sums so small that these lie
-// elsewhere are exact.)
+// a * b + c, rounded once; the product is exact in double precision. Rounding twice goes wrong only
+// from exactly between two floats. (Sums so small that these lie elsewhere are exact.)
 HWY_INLINE FloatVector fused(FloatVector a, FloatVector b, FloatVector c) {
   Doubles sum(a);
   sum.multiply_and_add(Doubles(b), Doubles(c));
@@ -172,13 +171,25 @@ class NearColours {
 };
 #endif
 
+// Products that would be below the normal range without the scale are rounded to multiples of the
+// smallest number, which those between the least normal number and its double are.
+template <bool kHasSubnormal>
+HWY_INLINE FloatVector multiply_weights(FloatVector place, FloatVector colour) {
+  const auto product = hn::Mul(place, colour);
+  if constexpr (!kHasSubnormal) return product;
+  const Floats d;
+  const auto least_normal = hn::Set(d, 0x1p-126F * kWeightScale);
+  const auto rounded = hn::Sub(fused(place, colour, least_normal), least_normal);
+  return hn::IfThenElse(hn::Lt(product, least_normal), rounded, product);
+}
+
 template <int kChannels>
 struct Tap {
   FloatVector weight;
   FloatVector channel[kChannels];
 };
 
-template <int kChannels, class Colours>
+template <int kChannels, bool kHasSubnormal, class Colours>
 HWY_INLINE Tap<kChannels> weigh(const uint8_t* from, float place, const Pixels<kChannels>& middle,
                                 const Colours& colours, int64_t plane) {
   const Floats d;
@@ -189,7 +200,7 @@ HWY_INLINE Tap<kChannels> weigh(const uint8_t* from, float place, const Pixels<k
     difference = hn::Add(difference, hn::Abs(hn::Sub(pixels.channel[c], middle.channel[c])));
   }
   Tap<kChannels> tap;
-  tap.weight = hn::Mul(hn::Set(d, place), colours[difference]);
+  tap.weight = multiply_weights<kHasSubnormal>(hn::Set(d, place), colours[difference]);
   HWY_UNROLL(3)
   for (int c = 0; c < kChannels; ++c) tap.channel[c] = hn::ConvertTo(d, pixels.channel[c]);
   return tap;
@@ -226,7 +237,7 @@ struct Sums {
   }
 };
 
-template <int kChannels>
+template <int kChannels, bool kHasSubnormal>
 class Windows {
  public:
   HWY_INLINE Windows(const uint8_t* middle, const BilateralTaps& taps)
@@ -278,8 +289,8 @@ class Windows {
  private:
   template <class Colours>
   HWY_INLINE Tap<kChannels> tap(int32_t i, const Colours& colours) const {
-    return weigh<kChannels>(middle_ + taps_.offsets[i], taps_.weights[i], pixels_, colours,
-                            taps_.plane);
+    return weigh<kChannels, kHasSubnormal>(middle_ + taps_.offsets[i], taps_.weights[i], pixels_,
+                                           colours, taps_.plane);
   }
 
   const uint8_t* const middle_;
@@ -288,10 +299,10 @@ class Windows {
   const Pixels<kChannels> pixels_;
 };
 
-template <int kChannels>
+template <int kChannels, bool kHasSubnormal>
 HWY_INLINE Sums<kChannels> sum_windows(const uint8_t* middle, BilateralOrder order,
                                        const BilateralTaps& taps, const BilateralRanges& ranges) {
-  const Windows<kChannels> windows(middle, taps);
+  const Windows<kChannels, kHasSubnormal> windows(middle, taps);
   if (order == BilateralOrder::kByFours) return windows.sum_by_fours();
 #if HWY_TARGET <= HWY_AVX3
   if (kChannels == 1) return windows.sum_near_rows(ranges);
@@ -306,12 +317,13 @@ HWY_INLINE void store_rounded(uint8_t* to, FloatVector value) {
 }
 
 // Gray is divided, colours are multiplied with the reciprocal.
-template <int kChannels>
+template <int kChannels, bool kHasSubnormal>
 HWY_INLINE void filter_pixels(uint8_t* result, const uint8_t* middle, BilateralOrder order,
                               const BilateralTaps& taps, const BilateralRanges& ranges) {
   uint8_t planes[3][kBilateralPixels];
   for (int64_t x = 0; x < kBilateralPixels; x += kLanes) {
-    const Sums<kChannels> sums = sum_windows<kChannels>(middle + x, order, taps, ranges);
+    const Sums<kChannels> sums =
+        sum_windows<kChannels, kHasSubnormal>(middle + x, order, taps, ranges);
     if constexpr (kChannels == 1) {
       store_rounded(result + x, hn::Div(sums.channel[0], sums.weight));
     } else {
@@ -328,27 +340,31 @@ HWY_INLINE void filter_pixels(uint8_t* result, const uint8_t* middle, BilateralO
   }
 }
 
-template <int kChannels>
+template <int kChannels, bool kHasSubnormal>
 HWY_INLINE void filter_run(uint8_t* result, const uint8_t* middle, int64_t count,
                            BilateralOrder order, const BilateralTaps& taps,
                            BilateralRanges ranges) {
   int64_t x = 0;
   for (; x + kBilateralPixels <= count; x += kBilateralPixels) {
-    filter_pixels<kChannels>(result + kChannels * x, middle + x, order, taps, ranges);
+    filter_pixels<kChannels, kHasSubnormal>(result + kChannels * x, middle + x, order, taps,
+                                            ranges);
     ++ranges.least;
     ++ranges.greatest;
     ++ranges.spread;
   }
   if (x == count) return;
   uint8_t last[kChannels * kBilateralPixels];
-  filter_pixels<kChannels>(last, middle + x, order, taps, ranges);
+  filter_pixels<kChannels, kHasSubnormal>(last, middle + x, order, taps, ranges);
   std::memcpy(result + kChannels * x, last, static_cast<size_t>(kChannels * (count - x)));
 }
 
 void bilateral(uint8_t* result, const uint8_t* middle, int64_t count, int channels,
                BilateralOrder order, const BilateralTaps& taps, const BilateralRanges& ranges) {
-  if (channels == 1) return filter_run<1>(result, middle, count, order, taps, ranges);
-  filter_run<3>(result, middle, count, order, taps, ranges);
+  const auto filter = channels == 1
+                          ? taps.has_subnormal ? filter_run<1, true> : filter_run<1, false>
+                      : taps.has_subnormal ? filter_run<3, true>
+                                           : filter_run<3, false>;
+  filter(result, middle, count, order, taps, ranges);
 }
 
 void split_pixels(const uint8_t* row, int64_t count, uint8_t* planes, int64_t plane) {

@@ -14,9 +14,14 @@ struct BilateralTaps {
   const float* weights;    // of their places
   const int32_t* ends;     // of each of the window's rows: taps up to there
   int32_t rows;
-  const float* colour;  // weights of a difference, which is the sum of those of the channels
+  const float* colour;  // weights of a difference, the sum of those of the channels, scaled
   int64_t plane;        // bytes from one channel to the next
+  bool has_subnormal;   // whether a product of two weights is below the normal range
 };
+
+// Weights of colours are multiplied by this. Arithmetic on numbers below the normal range takes up
+// to a hundred times as long; those of weights are rounded to what they would be without a scale.
+inline constexpr float kWeightScale = 0x1p64F;
 
 // For each row of the windows, from the top: the least and the greatest byte in the windows of
 // kBilateralPixels pixels, then of the next as many; and how far those of all rows are apart.

@@ -46,7 +46,7 @@ void bilateral_plain(uint8_t* result, const uint8_t* middle, int64_t count, int 
       for (int c = 0; c < channels; ++c) {
         difference += std::abs(from[c * taps.plane] - middle[x + c * taps.plane]);
       }
-      return Tap{from, taps.weights[i] * taps.colour[difference]};
+      return Tap{from, taps.weights[i] * (taps.colour[difference] / kWeightScale)};
     };
     Sums sums;
     const int32_t count_of_taps = taps.ends[taps.rows - 1];
