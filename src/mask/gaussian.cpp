@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/kernels/gaussian.h"
+#include "core/kernels/gaussian_small.h"
 #include "core/mirrored.h"
 #include "mask/flat_cells.h"
 #include "mask/mirrored_row.h"
@@ -153,6 +154,32 @@ class Gaussian {
   std::vector<const int16_t*> rows_;
 };
 
+bool is_small(GaussianTaps along, GaussianTaps across) {
+  return std::max(along.radius, across.radius) <= imageprocess::kMostSmallRadius;
+}
+
+void filter_small(const cv::Mat& src, cv::Mat& dst, const cv::Rect& area, GaussianTaps along,
+                  GaussianTaps across) {
+  const int step = src.channels();
+  imageprocess::SmallGaussian job{};
+  job.count = int64_t{area.width} * step;
+  job.before = int64_t{std::min(area.x, along.radius)} * step;
+  job.after = int64_t{std::min(src.cols - area.br().x, along.radius)} * step;
+  job.step = step;
+  job.along = along;
+  job.across = across;
+  for (int32_t y = area.y; y < area.br().y; y += kGaussianRows) {
+    for (int32_t i = 0; i < kGaussianRows; ++i) {
+      job.results[i] = y + i < area.br().y ? dst.ptr(y + i, area.x) : nullptr;
+    }
+    for (int32_t i = 0; i < 2 * across.radius + kGaussianRows; ++i) {
+      const int64_t from = mirrored(int64_t{y} - across.radius + i, src.rows);
+      job.rows[i] = src.ptr(static_cast<int>(from), area.x);
+    }
+    imageprocess::gaussian_small(job);
+  }
+}
+
 }  // namespace
 
 void gaussian(const cv::Mat& src, cv::Mat& dst, int32_t ksize, double sigma_x, double sigma_y) {
@@ -161,6 +188,10 @@ void gaussian(const cv::Mat& src, cv::Mat& dst, int32_t ksize, double sigma_x, d
   const GaussianTaps along{taps_x.data(), static_cast<int32_t>(taps_x.size()) - 1};
   const GaussianTaps across{taps_y.data(), static_cast<int32_t>(taps_y.size()) - 1};
   const auto filter = [&](const cv::Rect& area) {
+    if (is_small(along, across) &&
+        int64_t{area.width} * src.channels() >= imageprocess::kLeastSmallWidth) {
+      return filter_small(src, dst, area, along, across);
+    }
     Gaussian(src, dst, along, across, area.width).run(area);
   };
   // To find the flat cells costs more than a small kernel.

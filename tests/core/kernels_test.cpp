@@ -11,6 +11,7 @@
 #include "core/kernels/enlarge_row.h"
 #include "core/kernels/find_majorities.h"
 #include "core/kernels/gaussian.h"
+#include "core/kernels/gaussian_small.h"
 #include "core/kernels/mean.h"
 #include "core/kernels/median_row_by_network.h"
 #include "core/kernels/median_run_by_histograms.h"
@@ -217,13 +218,22 @@ TEST(Kernels, SpreadRow) {
   }
 }
 
+// Half a symmetrical kernel of random shape that adds up to 256, in multiples of `unit`.
+Words random_taps(test::Random& random, int radius, int unit) {
+  Words taps(static_cast<size_t>(radius + 1));
+  for (int left = 128; left > 0; left -= unit) {
+    uint16_t& tap = taps[static_cast<size_t>(random.range(0, radius))];
+    tap = static_cast<uint16_t>(tap + unit);
+  }
+  taps[0] = static_cast<uint16_t>(2 * taps[0]);
+  return taps;
+}
+
 // Kernels of random shape whose taps add up to 256, over sums in their whole range.
 TEST(Kernels, GaussianPasses) {
   test::Random random(6);
   for (int radius = 0; radius < 100; ++radius) {
-    std::vector<uint16_t> weights(static_cast<size_t>(radius + 1));
-    for (int left = 128; left > 0; --left) ++weights[static_cast<size_t>(random.range(0, radius))];
-    weights[0] = static_cast<uint16_t>(2 * weights[0]);
+    const Words weights = random_taps(random, radius, 1);
     const GaussianTaps taps{weights.data(), radius};
     const int step = random.range(0, 1) == 0 ? 1 : 3;
     const int width = random.range(1, 300);
@@ -247,6 +257,32 @@ TEST(Kernels, GaussianPasses) {
       sum(results, rows.data(), width, taps);
     };
     expect_equal(4 * width, gaussian_across_rows_plain, gaussian_across_rows, blur);
+  }
+}
+
+// Areas within images and at their sides, of few and of many vectors, with taps whose sums need few
+// bits or many.
+TEST(Kernels, GaussianSmall) {
+  test::Random random(8);
+  for (int i = 0; i < 300; ++i) {
+    const Words along = random_taps(random, random.range(0, kMostSmallRadius), 1 << i % 7);
+    const Words across = random_taps(random, random.range(0, kMostSmallRadius), 1 << i / 7 % 7);
+    SmallGaussian job{};
+    job.along = {along.data(), static_cast<int32_t>(along.size()) - 1};
+    job.across = {across.data(), static_cast<int32_t>(across.size()) - 1};
+    job.step = i % 2 == 0 ? 1 : 3;
+    job.count = random.range(kLeastSmallWidth, i % 8 == 0 ? 1100 : 200) * job.step;
+    job.before = random.range(0, job.along.radius) * job.step;
+    job.after = random.range(0, job.along.radius) * job.step;
+    const int64_t pitch = job.before + job.count + job.after;
+    const Bytes pixels = mask_bytes(random, static_cast<int>(10 * pitch));
+    for (int y = 0; y < 10; ++y) job.rows[y] = pixels.data() + y * pitch + job.before;
+    const int wanted = random.range(1, kGaussianRows);
+    expect_equal(static_cast<int>(wanted * job.count), gaussian_small_plain, gaussian_small,
+                 [&](auto blur, uint8_t* to) {
+                   for (int y = 0; y < wanted; ++y) job.results[y] = to + y * job.count;
+                   blur(job);
+                 });
   }
 }
 
