@@ -348,10 +348,10 @@ MVK_API void* mvk_outline_create(void);
  *
  * The main shapes are the one with the largest area and its siblings on one side: the later ones,
  * or the earlier ones if it is the last. Only main shapes are moved by modes 3 to 8 and smoothed; a
- * shape without area (a dot, a line) is moved only if center is given, and modes 3 to 5 leave a
- * shape where it is if a point of its outline lies on the centre. Outlines of main shapes are
- * returned in the opposite direction to the others. Points within two pixels of the edge of the
- * image are moved onto it.
+ * shape without area (a dot, a line) is moved only if center is given. Modes 3 to 5 with an
+ * expand_size above 0 leave a shape where it is if a point of its outline lies on the centre.
+ * Outlines of main shapes are returned in the opposite direction to the others. Points within two
+ * pixels of the edge of the image are moved onto it.
  *
  * image is GRAY with packed rows, or NV21, whose Y plane is read by pitch and whose chroma plane is
  * never read and may be null. Pitches are not checked. Other formats, a null plane[0] and sizes

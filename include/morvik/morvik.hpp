@@ -104,7 +104,7 @@ inline int row_count(Size size, int plane) {
 
 inline int plane_count(Format format) { return is_two_plane(format) ? 2 : 1; }
 
-// Within these limits the library always works: its filters count bytes in 32 bits.
+// Within these limits the library always works.
 inline void check_size(Format format, Size size) {
   constexpr int kMaxSide = 1 << 19;
   constexpr int64_t kMaxBytes = 0x7FFFFFFF;
@@ -279,10 +279,15 @@ inline bool has_conversion(Format to, Format from) {
 
 inline Size even(Size size) { return {size.width & ~1, size.height & ~1}; }
 
+inline void require_pairs(Size size) {
+  require(size.width > 1 && size.height > 1,
+          "of a frame with one row or column nothing would be written");
+}
+
 // A two-plane view without its odd last row and column, which belong to no whole pair.
 inline ConstView even_part(const ConstView& image) {
   if (!is_two_plane(image.format())) return image;
-  require(image.width() > 1 && image.height() > 1, "a frame of one row or column has no chroma");
+  require_pairs(image.size());
   return {image.format(), even(image.size()), image.row(0),
           image.pitch(),  image.row(0, 1),    image.pitch(1)};
 }
@@ -316,14 +321,19 @@ inline void copy(const View& dst, const ConstView& src) {
   detail::require_format(
       src, {Format::rgb24, Format::argb, Format::gray, Format::nv12, Format::nv21}, "copy");
   detail::require_destination(dst, src.format(), src.size());
+  if (is_two_plane(src.format())) detail::require_pairs(src.size());
   detail::check(mvk_copy(dst.record(), src.record()), "mvk_copy");
 }
 
+// Of odd sizes, gray to NV12 and NV21 writes the even part.
 inline void convert(const View& dst, const ConstView& src) {
   detail::require(detail::has_conversion(dst.format(), src.format()),
                   std::string("there is no conversion from ") + detail::name(src.format()) +
                       " to " + detail::name(dst.format()));
   detail::require_destination(dst, dst.format(), src.size());
+  if (src.format() == Format::gray && is_two_plane(dst.format())) {
+    detail::require_pairs(src.size());
+  }
   detail::check(mvk_convert(dst.record(), src.record()), "mvk_convert");
 }
 
@@ -568,31 +578,35 @@ class Outlines {
     size_t at_;
   };
 
-  Outlines(const ConstView& mask, const MKOutlineMode& mode) {
-    void* handle = mvk_outline_create();
-    if (handle == nullptr) throw std::bad_alloc();
-    const std::unique_ptr<void, Release> owner(handle);
-    const uint32_t code = mvk_outline_expansion(handle, mask.record(), &mode, &found_);
-    detail::check(code, "mvk_outline_expansion");
-  }
-  ~Outlines() { mvk_outline_destroy(nullptr, &found_); }
-  Outlines(Outlines&& other) noexcept : found_(std::exchange(other.found_, {})) {}
-  Outlines& operator=(Outlines&& other) noexcept {
-    std::swap(found_, other.found_);
-    return *this;
+  // By the record of the C interface; outlines() has options with defaults.
+  Outlines(const ConstView& mask, const MKOutlineMode& mode) : found_(new MKGetOutline{}) {
+    const bool by_pitch = mask.format() == Format::nv21;
+    trace(by_pitch || mask.is_packed() ? mask : Image(mask).view(), mode);
   }
 
-  size_t size() const { return found_.contour_count; }
+  size_t size() const { return found_ ? found_->contour_count : 0; }
   bool empty() const { return size() == 0; }
-  Outline operator[](size_t i) const { return {found_.points[i], found_.point_counts[i]}; }
+  Outline operator[](size_t i) const { return {found_->points[i], found_->point_counts[i]}; }
   iterator begin() const { return {this, 0}; }
   iterator end() const { return {this, size()}; }
 
  private:
-  struct Release {
+  struct ReleaseHandle {
     void operator()(void* handle) const { mvk_outline_destroy(handle, nullptr); }
   };
-  MKGetOutline found_{};
+  struct ReleaseArrays {
+    void operator()(MKGetOutline* found) const {
+      mvk_outline_destroy(nullptr, found);
+      delete found;
+    }
+  };
+  void trace(const ConstView& mask, const MKOutlineMode& mode) {
+    const std::unique_ptr<void, ReleaseHandle> handle(mvk_outline_create());
+    if (handle == nullptr) throw std::bad_alloc();
+    const uint32_t code = mvk_outline_expansion(handle.get(), mask.record(), &mode, found_.get());
+    detail::check(code, "mvk_outline_expansion");
+  }
+  std::unique_ptr<MKGetOutline, ReleaseArrays> found_;
 };
 
 struct OutlineOptions {
@@ -624,8 +638,7 @@ inline Outlines outlines(const ConstView& mask, const OutlineOptions& options = 
   mode.approx_poly = options.as_polygons ? 1 : 0;
   mode.center = options.center ? &*options.center : nullptr;
   mode.threshold = static_cast<uint8_t>(options.threshold);
-  if (mask.format() == Format::nv21 || mask.is_packed()) return {mask, mode};
-  return {Image(mask).view(), mode};
+  return {mask, mode};
 }
 
 // Eleven points of the forehead of a face of 106 or 96 landmarks.

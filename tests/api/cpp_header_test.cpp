@@ -217,9 +217,18 @@ TEST(CppHeader, RefusesWithASentence) {
        }},
       {"10 x 20 is needed", [&] { morvik::rotate(out, mask, 90); }},
       {"not 45", [&] { (void)morvik::rotate(mask, 45); }},
-      {"has no chroma",
+      {"nothing would be written",
        [] {
          (void)morvik::rotate(Image(Format::nv21, {1, 4}), 90);
+       }},
+      {"nothing would be written",
+       [] {
+         (void)morvik::convert(Image(Format::gray, {1, 4}), Format::nv12);
+       }},
+      {"nothing would be written",
+       [] {
+         Image line(Format::nv12, {4, 1});
+         morvik::copy(line.view(), line);
        }},
       {"padded rows", [&] { morvik::rotate(padded, mask, 180); }},
       {"padded rows", [&] { morvik::morph(padded, mask, 2); }},
