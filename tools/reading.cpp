@@ -118,7 +118,7 @@ Photo ReadOptions::read_photo(const std::string& path, Session& session) const {
 
 Photo as_photo(Image image, Session& session) {
   std::optional<Picture> alpha;
-  if (alpha_varies(image.pixels)) alpha = alpha_of(image.pixels);
+  if (is_transparent(image.pixels)) alpha = alpha_of(image.pixels);
   return {to_format(std::move(image.pixels), QX_FMT_RGB24, session), std::move(alpha),
           std::move(image.color)};
 }

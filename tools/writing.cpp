@@ -66,7 +66,7 @@ Picture for_kind(Picture picture, const std::string& kind, Session& session) {
   }
   const uint32_t format = picture.format();
   if (format == QX_FMT_GRAY || (format == QX_FMT_ARGB && holds_alpha(kind))) return picture;
-  if (format == QX_FMT_ARGB && alpha_varies(picture)) {
+  if (format == QX_FMT_ARGB && is_transparent(picture)) {
     session.note("transparency cannot be kept in a JPEG; white lies behind it");
     return over_white(picture);
   }

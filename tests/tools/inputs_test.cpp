@@ -55,6 +55,11 @@ TEST_F(Inputs, MasksAreReadAsTheyAreMeant) {
     expect_done("fill-holes pictures/" + name + " -o out.png");
     EXPECT_EQ(picture("out.png").bytes(), mask.bytes()) << name;
   }
+  Picture veil(QX_FMT_ARGB, {9, 7});  // half transparent everywhere
+  for (uint8_t* byte = veil.row(0); byte < veil.row(0) + 9 * 7 * 4; ++byte) *byte = 128;
+  tool::write_file(file("veil.png"), tool::encode_png(veil));
+  expect_done("blur veil.png -o out.png");
+  EXPECT_EQ(picture("out.png").bytes(), veil.bytes());
   EXPECT_EQ(run("bbox pictures/cut.png").out, "8 8 39 23\n");
   EXPECT_NE(run("bbox pictures/cut.png --mask-channel luma").out, "8 8 39 23\n");
   expect_said("bbox pictures/mask.png --mask-channel alpha", 2, "the mask has no alpha channel");
@@ -139,6 +144,9 @@ TEST_F(Inputs, WhatIsSurelyNotMeantIsSaid) {
       {"sticker -o out.png " + photo + " odd.png", "from 511x600 to 512x600", false},
       {"forehead shares.txt --image-size 99x99", "--normalised multiplies", true},
       {"forehead shares.txt --image-size 99x99 --normalised", "", false},
+      {"outline --mode polar --center 3,4 " + mask, "--center does nothing", true},
+      {"blur --filter mean --sigma-x 5 -o out.png " + photo, "--sigma-x and", true},
+      {"blur --filter median --sigma-space 5 -o out.png " + photo, "--sigma-space do", true},
       {"convert pictures/surplus.jpg -o out.png", "bytes too many before the JPEG's end", true},
   };
   for (const Case& each : cases) {
@@ -149,6 +157,7 @@ TEST_F(Inputs, WhatIsSurelyNotMeantIsSaid) {
   expect_said("convert pictures/cmyk.jpg -o out.png", 2, "CMYK");
   expect_said("convert pictures/animation.webp -o out.png", 2, "animation");
   expect_said("convert heic -o out.png", 2, "heif-convert");
+  expect_said("fill-polygon --points ' ' --size 9x9 -o out.png", 2, "at least one corner");
   const std::string pipe = "cat samples/hopper_landmarks106.txt | ";
   EXPECT_EQ(std::system(("cd " + folder_.string() + "; " + pipe +
                          MORVIK_TOOL " forehead /dev/stdin --image-size 512x600 >piped.txt")

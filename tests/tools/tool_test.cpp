@@ -76,8 +76,9 @@ TEST_F(Tool, OutlineOptionsReachTheService) {
     for (const auto& outline : as_written::outlines(test::sample_mask(mask), mode)) {
       expected.insert(expected.end(), outline.begin(), outline.end());
     }
-    expect_done("outline samples/" + mask + " --mode " + name +
-                " --expand 9 --points simple --smooth 3 --polygon --threshold 60 --center 120,90");
+    expect_done(
+        "outline samples/" + mask + " --mode " + name +
+        " --expand 9 --points simple --smooth 3 --polygon --threshold 60 --quiet --center 120,90");
     EXPECT_EQ(numbers_in(text_of("out.log")), expected) << name;
     ++mode.mode;
   }

@@ -50,6 +50,19 @@ Image blur(Image image, const BlurOptions& options, Session& session) {
   return {std::move(result), photo.color};
 }
 
+void warn_of_unused(const BlurOptions& options, const Session& session) {
+  const BlurOptions unset;
+  const bool of_gaussian = options.sigma_x != unset.sigma_x || options.sigma_y != unset.sigma_y;
+  const bool of_bilateral =
+      options.sigma_color != unset.sigma_color || options.sigma_space != unset.sigma_space;
+  if (of_gaussian && options.filter != "gaussian") {
+    session.warn("--sigma-x and --sigma-y do nothing with the filter " + options.filter);
+  }
+  if (of_bilateral && options.filter != "bilateral") {
+    session.warn("--sigma-color and --sigma-space do nothing with the filter " + options.filter);
+  }
+}
+
 void add_blur_options(CLI::App& command, BlurOptions& options) {
   command.add_option("--filter", options.filter, "mean, median, gaussian or bilateral")
       ->check(CLI::IsMember(kFilters))
@@ -82,6 +95,7 @@ void add_blur(CLI::App& app, Session& session) {
       throw Failure("the kernel has " + std::to_string(options->blur.kernel) +
                     " pixels; an odd number is needed");
     }
+    warn_of_unused(options->blur, session);
     options->files.run(
         [&](Image image, Session& its_session) {
           return blur(std::move(image), options->blur, its_session);

@@ -29,6 +29,7 @@ void add_fill_polygon(CLI::App& app, Session& session) {
     check_outputs({options->write.path()}, {options->file});
     const std::vector<TPOINT> corners =
         options->file.empty() ? parse_points(options->points) : rounded(read_points(options->file));
+    if (corners.empty()) throw Failure("a polygon has at least one corner");
     Picture mask(QX_FMT_GRAY, parse_size(options->size));
     session.call("mvk_fill_area_up", [&] {
       return mvk_fill_area_up(mask.view().record(), static_cast<uint32_t>(corners.size()),

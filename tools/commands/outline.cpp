@@ -165,6 +165,9 @@ void outline_one(const OutlineOptions& options, const Job& job, Session& session
 
 void run_outline(const OutlineOptions& options, Session& session) {
   parse_color(options.color);
+  if (!options.center.empty() && !options.mode.ends_with("-center")) {
+    session.warn("--center does nothing in the mode " + options.mode);
+  }
   const std::string& output = options.write.path();
   const Content content = options.read.raw() ? Content::kRawFrames : Content::kPictures;
   const std::string& kind = options.write.kind_in_folder();

@@ -30,6 +30,13 @@ bool alpha_varies(const Picture& picture) {
   return false;
 }
 
+bool is_transparent(const Picture& picture) {
+  if (alpha_varies(picture)) return true;
+  if (picture.format() != QX_FMT_ARGB) return false;
+  const uint8_t alpha = picture.bytes()[kAlpha];
+  return alpha != 0 && alpha != 255;
+}
+
 Picture alpha_of(const Picture& argb) {
   Picture alpha(QX_FMT_GRAY, argb.size());
   uint8_t* to = alpha.row(0);
