@@ -20,7 +20,8 @@ cv::Mat get_affine_transform(const Size_<int>& dst_size, const Size_<int>& src_s
                              const Point2D_<float>& centre, double angle, double scale);
 
 // Turns src clockwise by angle degrees into dst; right angles at scale 1 move pixels unchanged,
-// all others are resampled. Scale 0 means that of get_resize_scale(). border_mode is OpenCV's code.
+// all others are resampled. Scale 0 means that of get_resize_scale(). border_mode is OpenCV's code,
+// border_value in the order of the channels. dst is left alone as by warpAffine().
 void rotate(KelPixelRegion& dst, const KelPixelRegion& src, double angle, Point2D_<float> centre,
             kel::imageprocess::InterpolationMethod method, int border_mode,
             Scalar_<float> border_value, double scale);

@@ -5,6 +5,7 @@
 
 #include <Eigen/Core>
 
+#include "face/conic.h"
 #include "face/landmark_layout.h"
 #include "face/local_coord_converter.h"
 
@@ -12,6 +13,8 @@ namespace mvk::face {
 
 class Forehead {
  public:
+  using LocalCoordConverter = mvk::face::LocalCoordConverter;
+  using Conic = mvk::face::Conic;
   static constexpr int kPoints = 11;
 
   // vertexs: at least 19 points of the internal layout in vertex space. n: number of points to

@@ -91,7 +91,7 @@ T parse(const std::string& field) {
   if constexpr (std::is_floating_point_v<T>) {
     return static_cast<T>(std::strtod(field.c_str(), nullptr));
   } else {
-    return static_cast<T>(std::strtol(field.c_str(), nullptr, 10));
+    return static_cast<T>(std::strtoll(field.c_str(), nullptr, 10));
   }
 }
 

@@ -12,7 +12,8 @@ namespace kel::mask {
 [[nodiscard]] uint32_t mk_blur(const KelPixelRegion& src, const KelPixelRegion& dst, uint32_t ksize,
                                MKBlur type, uint32_t param1, uint32_t param2);
 
-// One of the four filters on matrices that do not overlap; mirrored borders.
+// One of the four filters on matrices that do not overlap. Median repeats the
+// pixels of the border, the others mirror the image there.
 void use_blur(const cv::Mat& in, cv::Mat& out, int32_t ksize, MKBlur type, uint32_t param1,
               uint32_t param2);
 

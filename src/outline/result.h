@@ -1,4 +1,4 @@
-// The outlines that are handed to the caller: the only memory that outlives a call.
+// The outlines that are handed to the caller, who releases them.
 #pragma once
 
 #include "core/contours/bit_mask.h"

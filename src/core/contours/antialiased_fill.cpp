@@ -54,9 +54,9 @@ void blend(uint8_t& pixel, int weight) {
 // Three pixels across at each step along the longer axis, and one step beyond the end.
 void draw_soft_line(cv::Mat& image, cv::Point from, cv::Point to) {
   const bool is_flat = std::abs(to.x - from.x) > std::abs(to.y - from.y);
-  const auto turned = [&](cv::Point p) { return is_flat ? p : cv::Point(p.y, p.x); };
-  cv::Point begin = turned(from);
-  cv::Point end = turned(to);
+  const auto swap_axes = [&](cv::Point p) { return is_flat ? p : cv::Point(p.y, p.x); };
+  cv::Point begin = swap_axes(from);
+  cv::Point end = swap_axes(to);
   if (end.x < begin.x) std::swap(begin, end);
   const int64_t length = end.x - begin.x;
   const int64_t slope = (end.y - begin.y) * kOne * kOne / (length * kOne | 1);
@@ -67,7 +67,7 @@ void draw_soft_line(cv::Mat& image, cv::Point from, cv::Point to) {
     const auto step = static_cast<size_t>((across >> (kFractionBits - 5)) & (kSteps - 1));
     const int cover[] = {kCover[step + kSteps], kCover[step], kCover[2 * kSteps - 1 - step]};
     for (int k = 0; k < 3; ++k) {
-      const cv::Point p = turned(
+      const cv::Point p = swap_axes(
           {static_cast<int>(begin.x + i), static_cast<int>(across >> kFractionBits) - 1 + k});
       if (p.x < 0 || p.y < 0 || p.x >= image.cols || p.y >= image.rows) continue;
       blend(image.at<uint8_t>(p), (here * cover[k] >> 8) & 0xFF);

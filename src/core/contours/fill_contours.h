@@ -1,4 +1,5 @@
-// Filled contours: the pixels of cv::drawContours, faster (polygon_filler.h).
+// Filled contours: the pixels of cv::drawContours, faster (polygon_filler.h). Points may lie
+// outside the mask.
 #pragma once
 
 #include "core/contours/bit_mask.h"

@@ -67,13 +67,13 @@ void PolygonFiller::cross_rows(cv::Point from, cv::Point to, bool has_line) {
   const bool is_whole = has_line && mask_.contains(from.x, from.y) && mask_.contains(to.x, to.y);
   for (int32_t y = row; y < end_row; ++y, x += slope) {
     const int64_t column = x >> kFractionBits;
-    turn_over(column + 1, y);
+    toggle(column + 1, y);
     if ((is_whole && height < kTall) || column * kOne != x) continue;
     if (mask_.contains(column, y)) mask_.set(static_cast<int>(column), y);
   }
 }
 
-void PolygonFiller::turn_over(int64_t column, int32_t row) {
+void PolygonFiller::toggle(int64_t column, int32_t row) {
   if (column >= mask_.width()) {  // what is inside goes on to the end of the row
     last_word_ = mask_.row_words() - 1;
     return;
@@ -82,7 +82,7 @@ void PolygonFiller::turn_over(int64_t column, int32_t row) {
   const int64_t word = column / BitMask::kBits;
   first_word_ = std::min(first_word_, word);
   last_word_ = std::max(last_word_, word);
-  turns_.row(row)[word] ^= uint64_t{1} << (column % BitMask::kBits);
+  toggles_.row(row)[word] ^= uint64_t{1} << (column % BitMask::kBits);
 }
 
 void PolygonFiller::fill() {
@@ -94,11 +94,11 @@ void PolygonFiller::fill() {
 }
 
 void PolygonFiller::fill_row(int32_t row) {
-  uint64_t* const turns = turns_.row(row);
+  uint64_t* const turns = toggles_.row(row);
   uint64_t* const words = mask_.row(row);
   uint64_t inside = 0;  // all bits or none, where the word begins
   for (int64_t i = first_word_; i <= last_word_;) {
-    const int64_t next = turns_.find_other(row, i, last_word_ + 1, 0);
+    const int64_t next = toggles_.find_other(row, i, last_word_ + 1, 0);
     if (inside != 0) std::fill(words + i, words + next, inside);
     i = next + 1;
     if (next > last_word_) break;

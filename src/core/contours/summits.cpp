@@ -50,7 +50,7 @@ void Summits::link_group(size_t& above, size_t& here, int32_t y) {
     Run& run = here_[here];
     run.left = above_[above].left;
     if (run.begin != above_[above].begin) {
-      turn(summits_[static_cast<size_t>(run.left)].left, run.begin, y);
+      bend(summits_[static_cast<size_t>(run.left)].left, run.begin, y);
     }
   };
   link_left();
@@ -66,7 +66,7 @@ void Summits::link_group(size_t& above, size_t& here, int32_t y) {
     } else {
       run.right = above_[above].right;
       if (run.end != above_[above].end) {
-        turn(summits_[static_cast<size_t>(run.right)].right, run.end - 1, y);
+        bend(summits_[static_cast<size_t>(run.right)].right, run.end - 1, y);
       }
       break;
     }
@@ -95,7 +95,7 @@ void Summits::meet(const Run& left, const Run& right, int32_t y) {
 }
 
 // A flank goes on in another column. Its stretches move when they have filled a power of two.
-void Summits::turn(Flank& flank, int32_t column, int32_t y) {
+void Summits::bend(Flank& flank, int32_t column, int32_t y) {
   if ((flank.count & (flank.count - 1)) == 0) {
     const size_t to = stretches_.size();
     if (to + 2 * size_t{flank.count} > std::numeric_limits<uint32_t>::max()) throw std::bad_alloc();

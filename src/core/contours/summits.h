@@ -1,4 +1,6 @@
-// The borders of the shapes in a mask, cut at their summits: where a shape, or the background
+// The borders of the shapes in a mask, followed by runs instead of pixels: the borders are those of
+// S. Suzuki and K. Abe, "Topological structural analysis of digitized binary images by border
+// following", 1985. They are cut at their summits: where a shape, or the background
 // between two parts of one, begins as rows are read from the top. From each summit a left flank
 // goes down along the left ends of runs and a right flank along the right ends, one end in each
 // row. At their lower ends flanks of two summits, or of one, meet: a border is a ring of summits.
@@ -17,7 +19,7 @@ namespace kel {
 
 inline constexpr int32_t kNone = -1;
 
-// Rows, from `row` on, in which a flank keeps its column.
+// A vertical part of a flank: from `row` on it keeps its column.
 struct Stretch {
   int32_t column;
   int32_t row;
@@ -59,7 +61,7 @@ class Summits {
   int32_t add_summit(int32_t left_column, int32_t right_column, int32_t y, bool of_shape,
                      int32_t before);
   void meet(const Run& left, const Run& right, int32_t y);
-  void turn(Flank& flank, int32_t column, int32_t y);
+  void bend(Flank& flank, int32_t column, int32_t y);
 
   std::vector<Run> above_;  // of the row above, and of the row that is read
   std::vector<Run> here_;

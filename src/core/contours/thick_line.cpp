@@ -65,7 +65,7 @@ struct Slope {
 
 // Goes on to the first side that ends below `row`. False when there is none: `sides` counts those
 // that are left for both ways.
-bool turn(Slope& slope, const Corners& corners, int64_t row, int& sides) {
+bool next_side(Slope& slope, const Corners& corners, int64_t row, int& sides) {
   size_t from = slope.corner;
   while (sides-- > 0) {
     const size_t to = (from + slope.step) % corners.size();
@@ -102,8 +102,8 @@ void visit_slopes(const Corners& corners, int64_t height, Visit visit) {
   Slope a{top, 1, -kOne, 0, row, row};
   Slope b{top, 3, -kOne, 0, row, row};
   for (int sides = 4; row < end;) {
-    if (row >= a.end_row) turn(a, corners, row, sides);
-    if (row >= b.end_row) turn(b, corners, row, sides);
+    if (row >= a.end_row) next_side(a, corners, row, sides);
+    if (row >= b.end_row) next_side(b, corners, row, sides);
     if (sides < 0) return;
     const int64_t next = std::min({a.end_row, b.end_row, end});
     visit(a, b, Rows{row, next});

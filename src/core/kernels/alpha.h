@@ -5,7 +5,7 @@
 
 namespace kel::imageprocess {
 
-// Alpha becomes 255.
+// count is in pixels; alpha becomes 255.
 void argb_from_rgb24_row(uint8_t* dst, const uint8_t* src, int64_t count);
 void rgb24_from_argb_row(uint8_t* dst, const uint8_t* src, int64_t count);
 // Reference versions; results must match.
