@@ -6,7 +6,9 @@
 #include <cstdint>
 #include <opencv2/core.hpp>
 
+#include "core/contours/bit_mask.h"
 #include "core/contours/contours.h"
+#include "mask/guide.h"
 
 namespace kel::mask {
 
@@ -17,26 +19,22 @@ inline constexpr uint32_t kUnusableSize = 7;
 inline constexpr int32_t kSmallestRadius = 4;
 inline constexpr int32_t kLargestRadius = 31;
 
-// mask: CV_8UC1, binarised (only 255 counts) and replaced by the redrawn one. guide: CV_8UC3 of
-// the same size, continuous. radius: kSmallestRadius to kLargestRadius pixels. Returns
-// kUnusableSize for different sizes or another radius, and MVK_BAD_ARGUMENT when there is no
-// contour: the mask is then binary.
-[[nodiscard]] uint32_t make_edge_add(cv::Mat& mask, uint32_t radius, const cv::Mat& guide);
+// Draws mask with its edges moved. drawn: CV_8UC1 of its size; guide: of that size, too. radius:
+// kSmallestRadius to kLargestRadius pixels. Returns kUnusableSize for different sizes or another
+// radius, and MVK_BAD_ARGUMENT when there is no contour: nothing is drawn then.
+[[nodiscard]] uint32_t make_edge_add(cv::Mat& drawn, const BitMask& mask, uint32_t radius,
+                                     const Guide& guide);
 
-// Redraws mask from its contours after moving them; contours returns the moved ones.
-void make_contour_edge(cv::Mat& mask, const cv::Mat& guide, uint32_t radius, Contours& contours,
-                       const Hierarchy& hierarchy);
-
-// Moves points that are within two pixels of mask's border onto it.
-void fix_contours_point(Contours& contours, const cv::Mat& mask);
+// Moves points that are within two pixels of the border of a mask of a size onto it.
+void fix_contours_point(Contours& contours, cv::Size size);
 
 // Moves the points on left and right edges of mask to the steps of guide.
-void find_edge_contour_add_haar(Contours& contours, int32_t radius, const cv::Mat& guide,
-                                const cv::Mat& mask);
+void find_edge_contour_add_haar(Contours& contours, int32_t radius, const Guide& guide,
+                                const BitMask& mask);
 
 // The shift towards the strongest step in a window of 2 * radius + 1 samples, 0 when none stands
-// out. sums: radius * 2 + 2 prefix sums, the first 0; half: length of the compared windows.
-int32_t haar_move_window_limit(const int32_t* sums, int32_t radius, int32_t half);
+// out. half: length of the compared windows, 1 to radius.
+int32_t haar_move_window_limit(const int16_t* samples, int32_t radius, int32_t half);
 
 // Marks the bottom row of image below contour points that are in its two bottom rows.
 void add_image_point(const Contours& contours, cv::Mat& image);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "core/resize.h"
 #include "core/saturate.h"
 #include "mask/binarise.h"
 #include "mask/caller_mat.h"
@@ -23,21 +22,16 @@ int32_t working_scale(uint32_t limit, int32_t larger_side) {
   return saturate_to_int32(static_cast<float>(limit) / static_cast<float>(larger_side) + 0.5F);
 }
 
-cv::Mat scaled(const cv::Mat& src, cv::Size size) {
-  cv::Mat dst(size, src.type());
-  imgproc::resize_plane(dst, src, imageprocess::InterpolationMethod::kLinear);
-  return dst;
-}
-
 void smooth_at_full_size(const cv::Mat& mask, cv::Mat& dst) {
   cv::Mat enlarged(dst.size(), CV_8UC1);
   enlarge(enlarged, mask);
   median(enlarged, dst, kFullSizeMedian);
 }
 
-void snap_to_guide(cv::Mat& mask, const cv::Mat& guide) {
+void snap_to_guide(cv::Mat& mask, const cv::Mat& photo) {
   // Fails for a mask without contours, which then stays as it is: nothing to snap.
-  static_cast<void>(make_edge_add(mask, kSnapRadius, scaled(guide, mask.size())));
+  static_cast<void>(
+      make_edge_add(mask, BitMask(mask, 254), kSnapRadius, Guide(photo, mask.size())));
 }
 
 }  // namespace

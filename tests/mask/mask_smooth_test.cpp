@@ -7,6 +7,7 @@
 
 namespace {
 
+using kel::mask::Guide;
 using test::Kind;
 using test::TestImage;
 
@@ -102,7 +103,8 @@ TEST_F(EdgeRefinement, AsTheSlowTranscription) {
         cv::Mat got = expected.clone();
         as_written::snap_edges(expected, static_cast<int>(radius), colours);
         const uint32_t code = cv::countNonZero(got) == 0 ? MVK_BAD_ARGUMENT : MVK_OK;
-        EXPECT_EQ(kel::mask::make_edge_add(got, radius, colours), code);
+        const kel::BitMask shapes(got, 254);
+        EXPECT_EQ(kel::mask::make_edge_add(got, shapes, radius, Guide(colours)), code);
         ASSERT_EQ(cv::norm(got, expected), 0.0) << mask << " radius " << radius;
       }
     }
@@ -112,7 +114,9 @@ TEST_F(EdgeRefinement, AsTheSlowTranscription) {
 TEST_F(EdgeRefinement, UnusableSizesLeaveTheMask) {
   for (const auto& [columns, radius] : {std::pair{5, 12U}, {6, 3U}, {6, 32U}}) {
     cv::Mat mask(4, 6, CV_8UC1, cv::Scalar(7));
-    EXPECT_EQ(kel::mask::make_edge_add(mask, radius, cv::Mat(4, columns, CV_8UC3)), 7U);
+    const kel::BitMask shapes(mask, 6);
+    const cv::Mat colours(4, columns, CV_8UC3);
+    EXPECT_EQ(kel::mask::make_edge_add(mask, shapes, radius, Guide(colours)), 7U);
     EXPECT_EQ(cv::sum(mask)[0], 7.0 * 24);
   }
 }

@@ -59,6 +59,7 @@ class BitMask {
     return x >= 0 && y >= 0 && x < width_ && y < height_;
   }
   // Inside the mask only.
+  bool is_set(int x, int y) const { return (row(y)[x / kBits] >> (x % kBits) & 1) != 0; }
   void set(int x, int y) { row(y)[x / kBits] |= uint64_t{1} << (x % kBits); }
   // Columns [begin, end) of a row inside the mask, as far as there are such columns.
   void set_span(int y, int64_t begin, int64_t end);
