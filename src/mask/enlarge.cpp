@@ -4,6 +4,7 @@
 #include <bit>
 #include <vector>
 
+#include "core/kernels/bits_of_row.h"
 #include "core/kernels/enlarge_row.h"
 #include "core/resample/axis.h"
 #include "core/resize.h"
@@ -82,30 +83,62 @@ struct Columns {
   }
 };
 
+class BytesSource {
+ public:
+  explicit BytesSource(const cv::Mat& src) : src_(src) {}
+  int32_t width() const { return src_.cols; }
+  int32_t height() const { return src_.rows; }
+  const uint8_t* row(int32_t y) const { return src_.ptr(y); }
+
+ private:
+  const cv::Mat& src_;
+};
+
+class BitsSource {
+ public:
+  explicit BitsSource(const BitMask& src) : src_(src) {
+    for (auto& row : rows_) row.resize(static_cast<size_t>(src.width()));
+  }
+  int32_t width() const { return src_.width(); }
+  int32_t height() const { return src_.height(); }
+  // Good until the next row but one is asked for.
+  const uint8_t* row(int32_t y) {
+    const auto slot = static_cast<size_t>(y % 2);
+    if (numbers_[slot] != y) {
+      numbers_[slot] = y;
+      imageprocess::bytes_of_bits(rows_[slot].data(), src_.row(y), src_.width());
+    }
+    return rows_[slot].data();
+  }
+
+ private:
+  const BitMask& src_;
+  std::vector<uint8_t> rows_[2];
+  int32_t numbers_[2] = {-1, -1};
+};
+
+template <typename Source>
 class Rows {
  public:
-  Rows(cv::Mat& dst, const cv::Mat& src, const Columns& columns, const imgproc::Axis& axis)
-      : dst_(dst),
-        src_(src),
+  Rows(const Source& src, const Columns& columns, const imgproc::Axis& axis)
+      : src_(src),
         columns_(columns),
         axis_(axis),
-        changes_(words_of(src.cols)),
+        changes_(words_of(src_.width())),
         mixed_{Words(words_of(static_cast<int64_t>(columns.all.places.size()))), mixed_[0]} {}
 
-  void run(const cv::Range& rows) {
-    for (int32_t y = rows.start; y < rows.end; ++y) {
-      const imgproc::Place place = imgproc::centred_place(axis_, y);
-      const auto inside = [&](int64_t row) {
-        return static_cast<int32_t>(std::clamp<int64_t>(row, 0, src_.rows - 1));
-      };
-      const int32_t upper = inside(place.first);
-      const int32_t lower = inside(place.first + 1);
-      const auto [upper_weight, lower_weight] = imgproc::linear_weights(place.fraction);
-      imgproc::enlarge_row(dst_.ptr(y),
-                           {src_.ptr(upper), src_.ptr(lower), upper_weight, lower_weight,
-                            mixed(upper), mixed(lower)},
-                           columns_.all);
-    }
+  void make(uint8_t* to, int32_t y) {
+    const imgproc::Place place = imgproc::centred_place(axis_, y);
+    const auto inside = [&](int64_t row) {
+      return static_cast<int32_t>(std::clamp<int64_t>(row, 0, src_.height() - 1));
+    };
+    const int32_t upper = inside(place.first);
+    const int32_t lower = inside(place.first + 1);
+    const auto [upper_weight, lower_weight] = imgproc::linear_weights(place.fraction);
+    imgproc::enlarge_row(
+        to,
+        {src_.row(upper), src_.row(lower), upper_weight, lower_weight, mixed(upper), mixed(lower)},
+        columns_.all);
   }
 
  private:
@@ -116,7 +149,7 @@ class Rows {
     if (numbers_[slot] == y) return mixed.data();
     numbers_[slot] = y;
     std::fill(mixed.begin(), mixed.end(), 0);
-    imgproc::find_changes(changes_.data(), src_.ptr(y), src_.cols);
+    imgproc::find_changes(changes_.data(), src_.row(y), src_.width());
     for (size_t word = 0; word < changes_.size(); ++word) {
       for (uint64_t bits = changes_[word]; bits != 0; bits &= bits - 1) {
         const int64_t x = kBits * static_cast<int64_t>(word) + std::countr_zero(bits);
@@ -128,8 +161,7 @@ class Rows {
     return mixed.data();
   }
 
-  cv::Mat& dst_;
-  const cv::Mat& src_;
+  Source src_;
   const Columns& columns_;
   const imgproc::Axis& axis_;
   Words changes_;
@@ -138,28 +170,72 @@ class Rows {
 };
 
 // Whether flat areas are what an image consists of, from some of its rows.
-bool is_mostly_flat(const cv::Mat& image) {
+template <typename Source>
+bool is_mostly_flat(Source src) {
   constexpr int32_t kStep = 8;
-  constexpr size_t kFew = 16;  // pixels to a change
-  size_t found = 0;
-  Words changes(words_of(image.cols));
-  for (int32_t y = 0; y < image.rows; y += kStep) {
-    imgproc::find_changes(changes.data(), image.ptr(y), image.cols);
-    for (const uint64_t word : changes) found += static_cast<size_t>(std::popcount(word));
+  constexpr int64_t kFew = 16;  // pixels to a change
+  int64_t found = 0;
+  Words changes(words_of(src.width()));
+  for (int32_t y = 0; y < src.height(); y += kStep) {
+    imgproc::find_changes(changes.data(), src.row(y), src.width());
+    for (const uint64_t word : changes) found += std::popcount(word);
   }
-  return found * kStep * kFew <= image.total();
+  return found * kStep * kFew <= int64_t{src.width()} * src.height();
+}
+
+template <typename Source>
+bool can_follow_edges(cv::Size size, const Source& src) {
+  return src.width() >= imgproc::ByteGather::kBlock && size.width > src.width() &&
+         size.height > src.height() && is_mostly_flat(src);
+}
+
+template <typename Source>
+void enlarge_along_edges(cv::Mat& dst, const Source& src) {
+  const Columns columns(src.width(), dst.cols);
+  const imgproc::Axis down(src.height(), dst.rows);
+  for_each_band(dst, 16, [&](const cv::Range& band) {
+    Rows rows(src, columns, down);
+    for (int32_t y = band.start; y < band.end; ++y) rows.make(dst.ptr(y), y);
+  });
+}
+
+void enlarge_as_a_whole(cv::Mat& dst, const cv::Mat& src) {
+  imgproc::resize_plane(dst, src, imageprocess::InterpolationMethod::kLinear);
 }
 
 }  // namespace
 
 void enlarge(cv::Mat& dst, const cv::Mat& src) {
-  if (src.cols < imgproc::ByteGather::kBlock || dst.cols <= src.cols || dst.rows <= src.rows ||
-      !is_mostly_flat(src)) {
-    return imgproc::resize_plane(dst, src, imageprocess::InterpolationMethod::kLinear);
+  const BytesSource source(src);
+  if (can_follow_edges(dst.size(), source)) return enlarge_along_edges(dst, source);
+  enlarge_as_a_whole(dst, src);
+}
+
+void enlarge(cv::Mat& dst, const BitMask& src) {
+  const BitsSource source(src);
+  if (can_follow_edges(dst.size(), source)) return enlarge_along_edges(dst, source);
+  cv::Mat bytes(src.height(), src.width(), CV_8UC1);
+  src.write(bytes);
+  enlarge_as_a_whole(dst, bytes);
+}
+
+BitMask enlarged_above(const cv::Mat& src, cv::Size size, uint8_t level) {
+  const BytesSource source(src);
+  if (!can_follow_edges(size, source)) {
+    cv::Mat bytes(size, CV_8UC1);
+    enlarge_as_a_whole(bytes, src);
+    return {bytes, level};
   }
-  const Columns columns(src.cols, dst.cols);
-  const imgproc::Axis down(src.rows, dst.rows);
-  for_each_band(dst, 16, [&](const cv::Range& rows) { Rows(dst, src, columns, down).run(rows); });
+  const Columns columns(src.cols, size.width);
+  const imgproc::Axis down(src.rows, size.height);
+  Rows rows(source, columns, down);
+  std::vector<uint8_t> row(static_cast<size_t>(size.width));
+  BitMask result(size.width, size.height);
+  for (int32_t y = 0; y < size.height; ++y) {
+    rows.make(row.data(), y);
+    imageprocess::bits_above(result.row(y), row.data(), size.width, level);
+  }
+  return result;
 }
 
 }  // namespace kel::mask

@@ -35,9 +35,7 @@ imgproc::Place clamped(imgproc::Place place, int64_t last) {
 }  // namespace
 
 Guide::Guide(const cv::Mat& photo, cv::Size size)
-    : size_(size),
-      photo_(scaled_if_needed(photo, size)),
-      across_(photo_.cols, size.width) {
+    : size_(size), photo_(scaled_if_needed(photo, size)), across_(photo_.cols, size.width) {
   const auto columns = static_cast<size_t>(size.width + BrightnessColumns::kAtOnce);
   columns_.starts.resize(columns);
   columns_.places.resize(BrightnessColumns::kBytes * columns, BrightnessColumns::kNone);
@@ -76,7 +74,8 @@ void Guide::set_column(int32_t x) {
     uint8_t* const pair = columns_.places.data() + BrightnessColumns::kBytes * x + 2 * i;
     pair[0] = static_cast<uint8_t>(near - start + i);
     pair[1] = static_cast<uint8_t>(far - start + i);
-    columns_.weights[static_cast<size_t>(4 * x + i)] = static_cast<int16_t>(weight);
+    columns_.weights[4 * static_cast<size_t>(x) + static_cast<size_t>(i)] =
+        static_cast<int16_t>(weight);
   }
 }
 

@@ -108,7 +108,7 @@ int32_t haar_move_window_limit(const int16_t* samples, int32_t radius, int32_t h
   const int32_t count = 2 * radius + 2 - 2 * half;
   int32_t means[2 * kLargestRadius + 2];
   find_means(means, samples, half, count + half);
-  int32_t responses[2 * kLargestRadius + 2];
+  int32_t responses[2 * kLargestRadius + 2] = {};
   for (int32_t j = 0; j < count; ++j) {
     responses[j] = std::abs(means[j] - means[j + half]);  // of two adjacent windows
   }

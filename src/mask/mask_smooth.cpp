@@ -6,6 +6,7 @@
 #include "mask/binarise.h"
 #include "mask/caller_mat.h"
 #include "mask/enlarge.h"
+#include "mask/majority.h"
 #include "mask/make_edge_add.h"
 #include "mask/median.h"
 #include "mask/opencv_limits.h"
@@ -13,7 +14,7 @@
 namespace kel::mask {
 namespace {
 
-constexpr double kSure = 250.0;       // pixels above this are inside
+constexpr uint8_t kSure = 250;        // pixels above this are inside
 constexpr uint32_t kSnapRadius = 12;  // working pixels
 constexpr int kFullSizeMedian = 15;   // side, independent of ksize
 
@@ -28,10 +29,24 @@ void smooth_at_full_size(const cv::Mat& mask, cv::Mat& dst) {
   median(enlarged, dst, kFullSizeMedian);
 }
 
-void snap_to_guide(cv::Mat& mask, const cv::Mat& photo) {
-  // Fails for a mask without contours, which then stays as it is: nothing to snap.
-  static_cast<void>(
-      make_edge_add(mask, BitMask(mask, 254), kSnapRadius, Guide(photo, mask.size())));
+// A mask without contours has nothing to snap.
+void smooth_snapped(const BitMask& mask, const cv::Mat& photo, cv::Mat& dst, int32_t ksize) {
+  const cv::Size size(mask.width(), mask.height());
+  cv::Mat work(size, CV_8UC1);
+  if (make_edge_add(work, mask, kSnapRadius, Guide(photo, size)) != MVK_OK) mask.write(work);
+  cv::Mat rounded(size, CV_8UC1);
+  median(work, rounded, ksize);
+  work.release();
+  enlarge(dst, rounded);
+}
+
+void smooth_binary(const BitMask& mask, cv::Mat& dst, int32_t ksize) {
+  if (ksize <= kLargestMajorityWindow) return enlarge(dst, majority(mask, ksize));
+  cv::Mat work(mask.height(), mask.width(), CV_8UC1);
+  mask.write(work);
+  cv::Mat rounded(work.size(), CV_8UC1);
+  median(work, rounded, ksize);
+  enlarge(dst, rounded);
 }
 
 }  // namespace
@@ -60,14 +75,12 @@ uint32_t use_opencv(const KelPixelRegion& dst, const KelPixelRegion& mask, uint3
 
   cv::Mat binary(coarse.size(), CV_8UC1);
   binarise(coarse, binary, kSure);
-  cv::Mat work(working, CV_8UC1);
-  enlarge(work, binary);
-  binarise(work, work, kSure);
-  if (mode == 1) snap_to_guide(work, packed_mat(guide, CV_8UC3));
-  cv::Mat rounded(working, CV_8UC1);
-  median(work, rounded, static_cast<int>(ksize));
-  work.release();
-  enlarge(smooth, rounded);
+  const BitMask work = enlarged_above(binary, working, kSure);
+  if (mode == 1) {
+    smooth_snapped(work, packed_mat(guide, CV_8UC3), smooth, static_cast<int32_t>(ksize));
+  } else {
+    smooth_binary(work, smooth, static_cast<int32_t>(ksize));
+  }
   return MVK_OK;
 }
 

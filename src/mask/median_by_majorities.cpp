@@ -64,25 +64,27 @@ class OpenPixels {
     const ColumnHistograms all{channel,         radius_,         width_ + 2 * radius_,
                                left_ - radius_, centres_.data(), groups_.data(),
                                values_.data()};
-    int32_t first = find_open(y, 0);
+    int32_t first = find_open(y, 0, true);
     while (first < width_) {
-      int32_t last = first;
-      int32_t next = find_open(y, last + 1);
-      while (next < width_ && next - last <= radius_) {
-        last = next;
-        next = find_open(y, last + 1);
+      int32_t end = find_open(y, first, false);
+      int32_t next = find_open(y, end, true);
+      while (next < width_ && next - end < radius_) {
+        end = find_open(y, next, false);
+        next = find_open(y, end, true);
       }
-      imageprocess::median_run_by_histograms(all, open_bytes_.data(), first, last, y,
+      imageprocess::median_run_by_histograms(all, open_bytes_.data(), first, end - 1, y,
                                              dst_.ptr(y, left_));
       first = next;
     }
   }
 
-  // First open pixel from x on, counted from the block's left end, or the block's width.
-  int32_t find_open(int32_t y, int32_t x) const {
+  // First pixel from x on that is open, or is not, counted from the block's left end; or the
+  // block's width.
+  int32_t find_open(int32_t y, int32_t x, bool is_open) const {
     const uint64_t* words = open_.row(y) + left_ / BitMask::kBits;
+    const uint64_t flipped = is_open ? 0 : ~uint64_t{0};
     for (int32_t from = x; from < width_; from = (from / BitMask::kBits + 1) * BitMask::kBits) {
-      const uint64_t word = words[from / BitMask::kBits] >> (from % BitMask::kBits);
+      const uint64_t word = (words[from / BitMask::kBits] ^ flipped) >> (from % BitMask::kBits);
       if (word != 0) return std::min(from + std::countr_zero(word), width_);
     }
     return width_;

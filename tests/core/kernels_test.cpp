@@ -15,6 +15,7 @@
 #include "core/kernels/mean.h"
 #include "core/kernels/median_row_by_network.h"
 #include "core/kernels/median_run_by_histograms.h"
+#include "core/kernels/scaled_brightness.h"
 #include "core/kernels/spread_row.h"
 #include "support/targets.h"
 #include "support/test_image.h"
@@ -126,6 +127,36 @@ TEST(Kernels, FindChanges) {
                    std::vector<uint64_t> bits(static_cast<size_t>((count + 63) / 64), 77);
                    find(bits.data(), row.data(), count);
                    std::memcpy(to, bits.data(), 8 * bits.size());
+                 });
+  }
+}
+
+TEST(Kernels, ScaledBrightness) {
+  using kel::imgproc::BrightnessColumns;
+  constexpr int kWidth = 40;
+  test::Random random(10);
+  for (int i = 0; i < 200; ++i) {
+    const Bytes upper = mask_bytes(random, 300);
+    const Bytes lower = mask_bytes(random, 300);
+    BrightnessColumns columns;
+    for (int x = 0; x < kWidth + BrightnessColumns::kAtOnce; ++x) {
+      columns.starts.push_back(random.range(0, 292));
+      const auto weight = static_cast<int16_t>(-32 * random.range(0, 1024));
+      for (int k = 0; k < 8; ++k) {
+        columns.places.push_back(static_cast<uint8_t>(k < 6 ? random.range(0, 7) : 0x80));
+        if (k % 2 == 0) columns.weights.push_back(k < 6 ? weight : int16_t{0});
+      }
+    }
+    const auto share = static_cast<int16_t>(random.range(0, 2048));
+    const auto rest = static_cast<int16_t>(2048 - share);
+    const int first = random.range(0, kWidth - 1);
+    const int count = random.range(1, kWidth - first);
+    expect_equal(2 * count, kel::imgproc::scaled_brightness_plain, kel::imgproc::scaled_brightness,
+                 [&](auto make, uint8_t* to) {
+                   std::vector<int16_t> values(static_cast<size_t>(count + 8));
+                   make(values.data(), {upper.data(), lower.data(), share, rest}, columns, first,
+                        count);
+                   std::memcpy(to, values.data(), static_cast<size_t>(2 * count));
                  });
   }
 }

@@ -111,6 +111,37 @@ TEST_F(EdgeRefinement, AsTheSlowTranscription) {
   }
 }
 
+// Windows of photographs that are enlarged, reduced, halved, left as they are, and very narrow.
+TEST_F(EdgeRefinement, GuideIsTheScaledPhotograph) {
+  test::Random random(3);
+  for (int i = 0; i < 300; ++i) {
+    const TestImage photo(QX_FMT_RGB24, random.range(1, i % 3 == 0 ? 9 : 400), random.range(1, 60),
+                          0, 0, random.next());
+    cv::Size size(random.range(1, 300), random.range(1, 80));
+    if (i % 10 == 1) size = {photo.width(), photo.height()};
+    if (i % 10 == 2) size = {(photo.width() + 1) / 2, (photo.height() + 1) / 2};
+    const cv::Mat colours = as_written::block(photo);
+    const cv::Mat scaled = as_written::scaled(colours, size);
+    const int x = random.range(0, size.width - 1);
+    const int y = random.range(0, size.height - 1);
+    const int count = random.range(1, size.width - x + 1);
+    std::vector<int16_t> expected;
+    for (int k = 0; k < count; ++k) {
+      const int at = y * size.width + x + k;
+      const bool is_there = at < size.area();
+      const cv::Vec3b c = is_there ? scaled.ptr<cv::Vec3b>()[at] : cv::Vec3b(0, 0, 0);
+      expected.push_back(static_cast<int16_t>(
+          std::sqrt(static_cast<double>(c[0] * c[0] + c[1] * c[1] + c[2] * c[2]))));
+    }
+    test::on_every_target([&] {
+      std::vector<int16_t> got(expected.size() + Guide::kSlack);
+      Guide(colours, size).brightness(got.data(), x, y, count);
+      got.resize(expected.size());
+      ASSERT_EQ(got, expected) << photo << " to " << size;
+    });
+  }
+}
+
 TEST_F(EdgeRefinement, UnusableSizesLeaveTheMask) {
   for (const auto& [columns, radius] : {std::pair{5, 12U}, {6, 3U}, {6, 32U}}) {
     cv::Mat mask(4, 6, CV_8UC1, cv::Scalar(7));

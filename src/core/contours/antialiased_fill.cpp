@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <utility>
 
 #include "core/contours/bit_mask.h"
@@ -34,14 +35,13 @@ int weight_of(int64_t slope) {
   return steps < kSteps ? kSlopeWeight[steps] : 256;
 }
 
-// The weight of a pixel with `before` others in front of it and `after` behind it in the line: the
-// two at each end are drawn in part.
+// How much is drawn, in 256ths, of a pixel of a line with so many others in front of it and behind
+// it: the two at each end are drawn in part.
+constexpr int kPart[3][3] = {{0, 4, 124}, {4, 132, 252}, {4, 132, 256}};
+
 int weight_near_ends(int weight, int64_t before, int64_t after) {
-  const int begin[] = {0,          4 * weight,   124 * weight,
-                       4 * weight, 132 * weight, 252 * weight,
-                       4 * weight, 132 * weight, 256 * weight};
-  const int64_t at = 3 * std::min<int64_t>(before, 2) + std::min<int64_t>(after, 2);
-  return (begin[at] >> 8) & 0x1FF;
+  const int part = kPart[std::min<int64_t>(before, 2)][std::min<int64_t>(after, 2)];
+  return (part * weight >> 8) & 0x1FF;
 }
 
 // Blends a pixel towards 255 twice, as OpenCV does.
@@ -51,28 +51,66 @@ void blend(uint8_t& pixel, int weight) {
   pixel = static_cast<uint8_t>(value);
 }
 
-// Three pixels across at each step along the longer axis, and one step beyond the end.
-void draw_soft_line(cv::Mat& image, cv::Point from, cv::Point to) {
-  const bool is_flat = std::abs(to.x - from.x) > std::abs(to.y - from.y);
-  const auto swap_axes = [&](cv::Point p) { return is_flat ? p : cv::Point(p.y, p.x); };
-  cv::Point begin = swap_axes(from);
-  cv::Point end = swap_axes(to);
-  if (end.x < begin.x) std::swap(begin, end);
-  const int64_t length = end.x - begin.x;
-  const int64_t slope = (end.y - begin.y) * kOne * kOne / (length * kOne | 1);
-  const int weight = weight_of(slope);
-  int64_t across = begin.y * kOne + kOne / 2;
-  for (int64_t i = 0; i < length + 2; ++i, across += slope) {
-    const int here = weight_near_ends(weight, i, length + 1 - i);
-    const auto step = static_cast<size_t>((across >> (kFractionBits - 5)) & (kSteps - 1));
-    const int cover[] = {kCover[step + kSteps], kCover[step], kCover[2 * kSteps - 1 - step]};
-    for (int k = 0; k < 3; ++k) {
-      const cv::Point p = swap_axes(
-          {static_cast<int>(begin.x + i), static_cast<int>(across >> kFractionBits) - 1 + k});
-      if (p.x < 0 || p.y < 0 || p.x >= image.cols || p.y >= image.rows) continue;
-      blend(image.at<uint8_t>(p), (here * cover[k] >> 8) & 0xFF);
+// A line seen along its longer axis, whose coordinate is x; places in a column of three pixels
+// count from the upper one.
+struct SoftLine {
+  cv::Point begin;
+  int64_t length;
+  int64_t slope;
+  int weight;
+  bool is_flat;
+
+  SoftLine(cv::Point from, cv::Point to)
+      : is_flat(std::abs(to.x - from.x) > std::abs(to.y - from.y)) {
+    begin = swap_axes(from);
+    cv::Point end = swap_axes(to);
+    if (end.x < begin.x) std::swap(begin, end);
+    length = end.x - begin.x;
+    slope = (end.y - begin.y) * kOne * kOne / (length * kOne | 1);
+    weight = weight_of(slope);
+  }
+
+  cv::Point swap_axes(cv::Point p) const { return is_flat ? p : cv::Point(p.y, p.x); }
+
+  // Calls visit(column, row, weights) for the three pixels from a row on of each step along the
+  // axis, and of one step beyond the end.
+  template <typename Visit>
+  void for_each_step(Visit visit) const {
+    int64_t across = begin.y * kOne + kOne / 2;
+    for (int64_t i = 0; i < length + 2; ++i, across += slope) {
+      const int here = weight_near_ends(weight, i, length + 1 - i);
+      const auto step = static_cast<size_t>((across >> (kFractionBits - 5)) & (kSteps - 1));
+      const int cover[] = {kCover[step + kSteps], kCover[step], kCover[2 * kSteps - 1 - step]};
+      const int weights[] = {(here * cover[0] >> 8) & 0xFF, (here * cover[1] >> 8) & 0xFF,
+                             (here * cover[2] >> 8) & 0xFF};
+      visit(begin.x + i, (across >> kFractionBits) - 1, weights);
     }
   }
+};
+
+// Whether all pixels within `reach` of a point are in the image.
+bool is_inside(const cv::Mat& image, cv::Point p, int reach) {
+  return p.x >= reach && p.y >= reach && p.x < image.cols - reach && p.y < image.rows - reach;
+}
+
+void draw_soft_line(cv::Mat& image, cv::Point from, cv::Point to) {
+  constexpr int kReach = 3;  // of what a line draws beyond its ends, and more
+  const SoftLine line(from, to);
+  const auto pitch = static_cast<ptrdiff_t>(image.step[0]);
+  const ptrdiff_t along = line.is_flat ? 1 : pitch;
+  const ptrdiff_t across = line.is_flat ? pitch : 1;
+  if (is_inside(image, from, kReach) && is_inside(image, to, kReach)) {
+    return line.for_each_step([&](int64_t x, int64_t y, const int* weights) {
+      uint8_t* const pixel = image.data + x * along + y * across;
+      for (int k = 0; k < 3; ++k) blend(pixel[k * across], weights[k]);
+    });
+  }
+  line.for_each_step([&](int64_t x, int64_t y, const int* weights) {
+    for (int k = 0; k < 3; ++k) {
+      const cv::Point p = line.swap_axes({static_cast<int>(x), static_cast<int>(y) + k});
+      if (is_inside(image, p, 0)) blend(image.at<uint8_t>(p), weights[k]);
+    }
+  });
 }
 
 // A point on its own comes first: it blends its pixels once more than the lines do.
@@ -108,9 +146,12 @@ void fill_antialiased(cv::Mat& image, const Contours& contours, const Hierarchy&
     top = links[kNext];
   }
   filler.fill();
-  cv::Mat filled(image.size(), CV_8UC1);
-  inside.write(filled);
-  cv::max(image, filled, image);
+  for (int y = 0; y < image.rows; ++y) {
+    uint8_t* const row = image.ptr(y);
+    inside.for_each_run(y, [&](int32_t begin, int32_t end) {
+      std::memset(row + begin, 255, static_cast<size_t>(end - begin));
+    });
+  }
 }
 
 }  // namespace kel

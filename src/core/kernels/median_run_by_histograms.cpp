@@ -59,6 +59,18 @@ struct Counters {
       hn::StoreU(hn::Add(hn::LoadU(d, same + i), step), d, same + i);
     }
   }
+  HWY_INLINE void add_extremes(int64_t column, int16_t zeros, int16_t fulls) const {
+    const Counts d;
+    int16_t* const group = groups + 16 * column;
+    int16_t* const lowest = of(0, column);
+    for (int i = 0; i < 16; i += kLanes) {
+      const auto count = hn::Set(d, zeros);
+      const auto above = hn::Mul(hn::Load(d, kSteps.below + i), count);
+      hn::StoreU(hn::Add(hn::LoadU(d, group + i), above), d, group + i);
+      hn::StoreU(hn::Add(hn::LoadU(d, lowest + i), count), d, lowest + i);
+    }
+    of(255, column)[15] = static_cast<int16_t>(of(255, column)[15] + fulls);
+  }
   HWY_INLINE void move(int64_t column, uint8_t entering, uint8_t leaving) const {
     const Counts d;
     int16_t* const group = groups + 16 * column;
@@ -81,15 +93,28 @@ struct Counters {
   }
 };
 
-// Counts a column around row y afresh.
+// Counts a column around row y afresh. Most pixels of masks are 0 or 255: those are counted first,
+// and added at once.
 void restart_column(const ColumnHistograms& all, int64_t column, int32_t y) {
   const Counters counters(all);
   const int64_t x = all.src.at(all.left + column);
-  std::fill_n(counters.groups + 16 * column, 16, int16_t{0});
   for (int group = 0; group < 256; group += 16) {
     std::fill_n(counters.of(static_cast<uint8_t>(group), column), 16, int16_t{0});
   }
-  for (int32_t i = -all.radius; i <= all.radius; ++i) counters.add(column, all.src.row(y + i)[x]);
+  int16_t zeros = 0;
+  int16_t fulls = 0;
+  std::fill_n(counters.groups + 16 * column, 16, int16_t{0});
+  for (int32_t i = -all.radius; i <= all.radius; ++i) {
+    const uint8_t value = all.src.row(y + i)[x];
+    if (value == 0) {
+      ++zeros;
+    } else if (value == 255) {
+      ++fulls;
+    } else {
+      counters.add(column, value);
+    }
+  }
+  counters.add_extremes(column, zeros, fulls);
   all.centre[column] = y;
 }
 

@@ -78,8 +78,8 @@ class Squares {
     const hn::RebindToUnsigned<D32> du;
     alignas(16) static constexpr uint8_t kSecond[16] = {0, 0, 0, 0, 0, 0, 0, 0,
                                                         8, 8, 8, 8, 8, 8, 8, 8};
-    const auto places = hn::Or(hn::LoadU(d8, places_ + BrightnessColumns::kBytes * x),
-                               hn::LoadDup128(d8, kSecond));
+    const auto places =
+        hn::Or(hn::LoadU(d8, places_ + BrightnessColumns::kBytes * x), hn::LoadDup128(d8, kSecond));
     const auto weights = hn::LoadU(d, weights_ + 4 * x);
     const auto upper = weighted(upper_, starts_ + x, places, weights, upper_weight_);
     const auto lower = weighted(lower_, starts_ + x, places, weights, lower_weight_);

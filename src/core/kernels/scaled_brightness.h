@@ -14,8 +14,8 @@ struct BrightnessColumns {
   static constexpr int64_t kBytes = 8;   // of a row, for a column
   static constexpr uint8_t kNone = 0x80;
 
-  std::vector<int32_t> starts;  // of the eight bytes
-  std::vector<uint8_t> places;  // among them: near and far of each channel, and two kNone
+  std::vector<int32_t> starts;   // of the eight bytes
+  std::vector<uint8_t> places;   // among them: near and far of each channel, and two kNone
   std::vector<int16_t> weights;  // of far, 0 ... 1024, times -32: three times, and 0
 };
 
