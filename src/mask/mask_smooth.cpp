@@ -2,10 +2,11 @@
 
 #include <algorithm>
 
+#include "core/resample/enlarge.h"
+#include "core/resize.h"
 #include "core/saturate.h"
 #include "mask/binarise.h"
 #include "mask/caller_mat.h"
-#include "mask/enlarge.h"
 #include "mask/majority.h"
 #include "mask/make_edge_add.h"
 #include "mask/median.h"
@@ -21,6 +22,10 @@ constexpr int kFullSizeMedian = 15;   // side, independent of ksize
 // The integer nearest to limit / larger side, in single precision.
 int32_t working_scale(uint32_t limit, int32_t larger_side) {
   return saturate_to_int32(static_cast<float>(limit) / static_cast<float>(larger_side) + 0.5F);
+}
+
+void enlarge(cv::Mat& dst, const cv::Mat& src) {
+  imgproc::resize_plane(dst, src, imageprocess::InterpolationMethod::kLinear);
 }
 
 void smooth_at_full_size(const cv::Mat& mask, cv::Mat& dst) {
@@ -41,7 +46,7 @@ void smooth_snapped(const BitMask& mask, const cv::Mat& photo, cv::Mat& dst, int
 }
 
 void smooth_binary(const BitMask& mask, cv::Mat& dst, int32_t ksize) {
-  if (ksize <= kLargestMajorityWindow) return enlarge(dst, majority(mask, ksize));
+  if (ksize <= kLargestMajorityWindow) return imgproc::enlarge(dst, majority(mask, ksize));
   cv::Mat work(mask.height(), mask.width(), CV_8UC1);
   mask.write(work);
   cv::Mat rounded(work.size(), CV_8UC1);
@@ -75,7 +80,7 @@ uint32_t use_opencv(const KelPixelRegion& dst, const KelPixelRegion& mask, uint3
 
   cv::Mat binary(coarse.size(), CV_8UC1);
   binarise(coarse, binary, kSure);
-  const BitMask work = enlarged_above(binary, working, kSure);
+  const BitMask work = imgproc::enlarged_above(binary, working, kSure);
   if (mode == 1) {
     smooth_snapped(work, packed_mat(guide, CV_8UC3), smooth, static_cast<int32_t>(ksize));
   } else {

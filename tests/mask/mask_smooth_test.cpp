@@ -1,5 +1,6 @@
 // mvk_make_mask_smooth against its pipeline as written, and the steps of the edge refinement.
-#include "mask/enlarge.h"
+#include "core/resample/enlarge.h"
+#include "core/resize.h"
 #include "mask/make_edge_add.h"
 #include "mask/masks.h"
 #include "support/judged_by_opencv.h"
@@ -42,6 +43,23 @@ void expect_smooth_masks(const TestImage& mask, const cv::Mat& photo, cv::Size s
 class MaskSmooth : public test::JudgedByOpenCv {};
 class EdgeRefinement : public test::JudgedByOpenCv {};
 
+// Bytes, and what is above a level, as bits that are enlarged in turn.
+void expect_enlarged(const cv::Mat& src, cv::Size size) {
+  constexpr uint8_t kLevel = 90;
+  const cv::Mat expected = as_written::scaled(src, size);
+  const cv::Mat above = src > kLevel;
+  const cv::Mat expected_bits = as_written::scaled(above, size);
+  test::on_every_target([&] {
+    cv::Mat got(size, CV_8UC1);
+    kel::imgproc::resize_plane(got, src, kel::imageprocess::InterpolationMethod::kLinear);
+    ASSERT_EQ(cv::norm(got, expected), 0.0) << src.size() << " to " << size;
+    kel::imgproc::enlarged_above(src, size, kLevel).write(got);
+    ASSERT_EQ(cv::norm(got, expected > kLevel), 0.0) << src.size() << " to " << size;
+    kel::imgproc::enlarge(got, kel::BitMask(src, kLevel));
+    ASSERT_EQ(cv::norm(got, expected_bits), 0.0) << src.size() << " to " << size;
+  });
+}
+
 TEST_F(MaskSmooth, Enlargement) {
   test::Random random(1);
   for (const auto& [width, height] : test::kShapes) {
@@ -49,12 +67,7 @@ TEST_F(MaskSmooth, Enlargement) {
       const cv::Mat src = as_written::block(test::make_mask(kind, width, height, random.next()));
       const cv::Mat flat = as_written::scaled(src, {7 * width, 9 * height});
       for (const cv::Mat& from : {src, flat}) {
-        cv::Mat got(random.range(1, 600), random.range(1, 600), CV_8UC1);
-        const cv::Mat expected = as_written::scaled(from, got.size());
-        test::on_every_target([&] {
-          kel::mask::enlarge(got, from);
-          ASSERT_EQ(cv::norm(got, expected), 0.0) << from.size() << " to " << got.size();
-        });
+        expect_enlarged(from, {random.range(1, 600), random.range(1, 600)});
       }
     }
   }
@@ -70,12 +83,7 @@ TEST_F(MaskSmooth, EnlargementOfBlocks) {
                           random.range(1, src.cols), random.range(1, src.rows));
       cv::rectangle(src, area, cv::Scalar(random.range(-1, 1) * 255 + random.range(0, 255)), -1);
     }
-    cv::Mat got(random.range(src.rows, 500), random.range(src.cols, 5000), CV_8UC1);
-    const cv::Mat expected = as_written::scaled(src, got.size());
-    test::on_every_target([&] {
-      kel::mask::enlarge(got, src);
-      ASSERT_EQ(cv::norm(got, expected), 0.0) << src.size() << " to " << got.size();
-    });
+    expect_enlarged(src, {random.range(src.cols, 5000), random.range(src.rows, 500)});
   }
 }
 

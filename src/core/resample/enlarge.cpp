@@ -1,12 +1,16 @@
-// Bilinear enlargement of masks, whose cost follows their edges: what lies between two pixels of
-// one value has that value.
+// Enlargement whose cost follows the edges of a mask: what lies between two pixels of one value has
+// that value.
+#include "core/resample/enlarge.h"
+
 #include <algorithm>
 #include <bit>
 #include <vector>
 
+#include "core/kernels/bits_of_row.h"
 #include "core/kernels/enlarge_row.h"
 #include "core/resample/axis.h"
 #include "core/resample/scaling.h"
+#include "core/resize.h"
 #include "core/row_bands.h"
 
 namespace kel::imgproc {
@@ -81,29 +85,62 @@ struct MaskColumns {
   }
 };
 
+class BytesSource {
+ public:
+  explicit BytesSource(const cv::Mat& src) : src_(src) {}
+  int32_t width() const { return src_.cols; }
+  int32_t height() const { return src_.rows; }
+  const uint8_t* row(int32_t y) const { return src_.ptr(y); }
+
+ private:
+  const cv::Mat& src_;
+};
+
+class BitsSource {
+ public:
+  explicit BitsSource(const BitMask& src) : src_(src) {
+    for (auto& row : rows_) row.resize(static_cast<size_t>(src.width()));
+  }
+  int32_t width() const { return src_.width(); }
+  int32_t height() const { return src_.height(); }
+  // Good until the next row but one is asked for.
+  const uint8_t* row(int32_t y) {
+    const auto slot = static_cast<size_t>(y % 2);
+    if (numbers_[slot] != y) {
+      numbers_[slot] = y;
+      imageprocess::bytes_of_bits(rows_[slot].data(), src_.row(y), src_.width());
+    }
+    return rows_[slot].data();
+  }
+
+ private:
+  const BitMask& src_;
+  std::vector<uint8_t> rows_[2];
+  int32_t numbers_[2] = {-1, -1};
+};
+
+template <typename Source>
 class Rows {
  public:
-  Rows(const Scaling& scaling, const MaskColumns& columns)
-      : scaling_(scaling),
-        src_(scaling.src),
+  Rows(const Source& src, const MaskColumns& columns, const Axis& axis)
+      : src_(src),
         columns_(columns),
-        changes_(words_of(src_.cols)),
+        axis_(axis),
+        changes_(words_of(src_.width())),
         mixed_{Words(words_of(static_cast<int64_t>(columns.all.places.size()))), mixed_[0]} {}
 
-  void run(const cv::Range& rows) {
-    for (int32_t y = rows.start; y < rows.end; ++y) {
-      const Place place = centred_place(scaling_.y, y);
-      const auto inside = [&](int64_t row) {
-        return static_cast<int32_t>(std::clamp<int64_t>(row, 0, src_.rows - 1));
-      };
-      const int32_t upper = inside(place.first);
-      const int32_t lower = inside(place.first + 1);
-      const auto [upper_weight, lower_weight] = linear_weights(place.fraction);
-      enlarge_row(scaling_.dst_at(0, y),
-                  {src_.ptr(upper), src_.ptr(lower), upper_weight, lower_weight, mixed(upper),
-                   mixed(lower)},
-                  columns_.all);
-    }
+  void make(uint8_t* to, int32_t y) {
+    const Place place = centred_place(axis_, y);
+    const auto inside = [&](int64_t row) {
+      return static_cast<int32_t>(std::clamp<int64_t>(row, 0, src_.height() - 1));
+    };
+    const int32_t upper = inside(place.first);
+    const int32_t lower = inside(place.first + 1);
+    const auto [upper_weight, lower_weight] = linear_weights(place.fraction);
+    enlarge_row(
+        to,
+        {src_.row(upper), src_.row(lower), upper_weight, lower_weight, mixed(upper), mixed(lower)},
+        columns_.all);
   }
 
  private:
@@ -114,7 +151,7 @@ class Rows {
     if (numbers_[slot] == y) return mixed.data();
     numbers_[slot] = y;
     std::fill(mixed.begin(), mixed.end(), 0);
-    find_changes(changes_.data(), src_.ptr(y), src_.cols);
+    find_changes(changes_.data(), src_.row(y), src_.width());
     for (size_t word = 0; word < changes_.size(); ++word) {
       for (uint64_t bits = changes_[word]; bits != 0; bits &= bits - 1) {
         const int64_t x = kBits * static_cast<int64_t>(word) + std::countr_zero(bits);
@@ -126,37 +163,83 @@ class Rows {
     return mixed.data();
   }
 
-  const Scaling& scaling_;
-  const cv::Mat& src_;
+  Source src_;
   const MaskColumns& columns_;
+  const Axis& axis_;
   Words changes_;
   Words mixed_[2];  // of two rows, by their numbers
   int32_t numbers_[2] = {-1, -1};
 };
 
 // Whether flat areas are what an image consists of, from some of its rows.
-bool is_mostly_flat(const cv::Mat& image) {
+template <typename Source>
+bool is_mostly_flat(Source src) {
   constexpr int32_t kStep = 8;
-  constexpr size_t kFew = 16;  // pixels to a change
-  size_t found = 0;
-  Words changes(words_of(image.cols));
-  for (int32_t y = 0; y < image.rows; y += kStep) {
-    find_changes(changes.data(), image.ptr(y), image.cols);
-    for (const uint64_t word : changes) found += static_cast<size_t>(std::popcount(word));
+  constexpr int64_t kFew = 16;  // pixels to a change
+  int64_t found = 0;
+  Words changes(words_of(src.width()));
+  for (int32_t y = 0; y < src.height(); y += kStep) {
+    find_changes(changes.data(), src.row(y), src.width());
+    for (const uint64_t word : changes) found += std::popcount(word);
   }
-  return found * kStep * kFew <= image.total();
+  return found * kStep * kFew <= int64_t{src.width()} * src.height();
+}
+
+template <typename Source>
+bool can_follow_edges(cv::Size size, const Source& src) {
+  return src.width() >= ByteGather::kBlock && size.width > src.width() &&
+         size.height > src.height() && is_mostly_flat(src);
+}
+
+template <typename Source>
+void enlarge_along_edges(cv::Mat& dst, const Source& src) {
+  const MaskColumns columns(src.width(), dst.cols);
+  const Axis down(src.height(), dst.rows);
+  for_each_band(dst, 16, [&](const cv::Range& band) {
+    Rows rows(src, columns, down);
+    for (int32_t y = band.start; y < band.end; ++y) rows.make(dst.ptr(y), y);
+  });
+}
+
+void scale_as_a_whole(cv::Mat& dst, const cv::Mat& src) {
+  resize_plane(dst, src, kel::imageprocess::InterpolationMethod::kLinear);
 }
 
 }  // namespace
 
 bool enlarge_mask(const Scaling& scaling) {
-  const cv::Mat& src = scaling.src;
-  const bool is_enlarged = scaling.dst.cols > src.cols && scaling.dst.rows > src.rows;
-  const bool has_blocks = src.cols >= ByteGather::kBlock;
-  if (scaling.channels() != 1 || !is_enlarged || !has_blocks || !is_mostly_flat(src)) return false;
-  const MaskColumns columns(src.cols, scaling.dst.cols);
-  for_each_band(scaling.dst, 16, [&](const cv::Range& rows) { Rows(scaling, columns).run(rows); });
+  const BytesSource source(scaling.src);
+  if (scaling.channels() != 1 || !can_follow_edges(scaling.dst.size(), source)) return false;
+  cv::Mat dst = scaling.dst;
+  enlarge_along_edges(dst, source);
   return true;
+}
+
+void enlarge(cv::Mat& dst, const BitMask& src) {
+  const BitsSource source(src);
+  if (can_follow_edges(dst.size(), source)) return enlarge_along_edges(dst, source);
+  cv::Mat bytes(src.height(), src.width(), CV_8UC1);
+  src.write(bytes);
+  scale_as_a_whole(dst, bytes);
+}
+
+BitMask enlarged_above(const cv::Mat& src, cv::Size size, uint8_t level) {
+  const BytesSource source(src);
+  if (!can_follow_edges(size, source)) {
+    cv::Mat bytes(size, CV_8UC1);
+    scale_as_a_whole(bytes, src);
+    return {bytes, level};
+  }
+  const MaskColumns columns(src.cols, size.width);
+  const Axis down(src.rows, size.height);
+  Rows rows(source, columns, down);
+  std::vector<uint8_t> row(static_cast<size_t>(size.width));
+  BitMask result(size.width, size.height);
+  for (int32_t y = 0; y < size.height; ++y) {
+    rows.make(row.data(), y);
+    imageprocess::bits_above(result.row(y), row.data(), size.width, level);
+  }
+  return result;
 }
 
 }  // namespace kel::imgproc

@@ -1,0 +1,18 @@
+// Bilinear enlargement of masks that are kept as bits; for those of bytes there is resize_plane().
+#pragma once
+
+#include <cstdint>
+#include <opencv2/core/mat.hpp>
+
+#include "core/contours/bit_mask.h"
+
+namespace kel::imgproc {
+
+// Same bytes as resize_plane() with linear interpolation for a mask of 255 where a bit is set, and
+// 0; dst is CV_8UC1.
+void enlarge(cv::Mat& dst, const BitMask& src);
+
+// The pixels of a mask, CV_8UC1, scaled to `size` that are above a level.
+BitMask enlarged_above(const cv::Mat& src, cv::Size size, uint8_t level);
+
+}  // namespace kel::imgproc
