@@ -27,6 +27,8 @@ WORK = pathlib.Path("build/mutate")
 # One instruction set, the best of this machine: kernels compile in two seconds instead of ten.
 FLAGS = "-O1 -DNDEBUG -march=native -DHWY_COMPILE_ONLY_STATIC"
 
+SHORT = 5  # seconds; longer tests are run on what the others let pass, in the end
+
 Mutation = collections.namedtuple("Mutation", "file line kind before after")
 # `lines` has those with code that a test program saw, `reached` those that the test ran.
 Reach = collections.namedtuple("Reach", "program test seconds lines reached")
@@ -108,7 +110,9 @@ class Tree:
                 copy.write_bytes(source.read_bytes())
 
     def build(self, *targets):
-        command = ["ninja", "-C", self.build_folder, "-j", os.environ.get("JOBS", "1"), *targets]
+        names = [os.path.relpath(target, self.build_folder) if isinstance(target, pathlib.Path)
+                 else target for target in targets]
+        command = ["ninja", "-C", self.build_folder, "-j", os.environ.get("JOBS", "1"), *names]
         return subprocess.run(command, capture_output=True).returncode == 0
 
     def passes(self, program, test, limit=600, **environment):
@@ -144,7 +148,7 @@ def lines_reached(tree, program, raw):
     lines, reached = collections.defaultdict(set), collections.defaultdict(set)
     for line in export.splitlines():
         if line.startswith("SF:"):
-            file = os.path.relpath(line[3:], tree.root)
+            file = "src/" + line.partition("/src/")[2]
         elif line.startswith("DA:"):
             number, count = map(int, line[3:].split(",")[:2])
             lines[file].add(number - 1)
@@ -201,32 +205,40 @@ class Judge:
         self.tree = Tree("mutants")
 
     def object_of(self, file):
-        return f"CMakeFiles/morvik_objects.dir/{file}.o"
+        return self.tree.build_folder / f"CMakeFiles/morvik_objects.dir/{file}.o"
 
-    def verdict(self, mutation):
-        path = self.tree.root / mutation.file
-        original = path.read_text()
-        lines = original.splitlines(keepends=True)
-        lines[mutation.line] = mutation.after + "\n"
-        compiled = None
+    def verdict(self, mutation, are_short):
+        """Leaves source and object with their old times: nothing is compiled again. The programs
+        are linked again for the next mutation, whose object is newer. Headers get a new time."""
+        source = self.tree.root / mutation.file
+        kept = [source]
         if mutation.file.endswith(".cpp"):
             self.tree.build(self.object_of(mutation.file))
-            compiled = (self.tree.build_folder / self.object_of(mutation.file)).read_bytes()
-        path.write_text("".join(lines))
+            kept.append(self.object_of(mutation.file))
+        before = [(path, path.read_bytes(), path.stat().st_mtime_ns) for path in kept]
+        lines = source.read_text().splitlines(keepends=True)
+        lines[mutation.line] = mutation.after + "\n"
+        source.write_text("".join(lines))
         try:
-            return self.verdict_on_changed(mutation, compiled)
+            return self.verdict_on_changed(mutation, before[1][1] if len(before) > 1 else None,
+                                           are_short)
         finally:
-            path.write_text(original)
+            for path, content, modified in before:
+                path.write_bytes(content)
+                if len(before) > 1:
+                    os.utime(path, ns=(modified, modified))
 
-    def verdict_on_changed(self, mutation, compiled):
+    def verdict_on_changed(self, mutation, compiled, are_short):
         if compiled is not None:
             if not self.tree.build(self.object_of(mutation.file)):
                 return "does not compile"
-            if (self.tree.build_folder / self.object_of(mutation.file)).read_bytes() == compiled:
+            if self.object_of(mutation.file).read_bytes() == compiled:
                 return "same code"
         built, reached = set(), False
         for reach in tests_that_reach(mutation, self.reaches):
             reached = True
+            if (reach.seconds < SHORT) != are_short:
+                continue
             if reach.program not in built and not self.tree.build(reach.program):
                 return "does not compile"
             built.add(reach.program)
@@ -241,25 +253,39 @@ def main():
     parser.add_argument("--seed", type=int)
     parser.add_argument("files", nargs="+")
     given = parser.parse_args()
+    generator = random.Random(given.seed)
+    mutations = list(choose(given.files, given.mutations, generator))
+    generator.shuffle(mutations)
     # A change of a header compiles many sources anew: these come last.
-    files = sorted(given.files, key=lambda file: file.endswith(".h"))
-    counts = collections.defaultdict(collections.Counter)
-    survivors = []
+    mutations.sort(key=lambda mutation: mutation.file.endswith(".h"))
     judge = Judge()
-    for mutation in list(choose(files, given.mutations, random.Random(given.seed))):
-        verdict = judge.verdict(mutation)
-        where = f"{mutation.file}:{mutation.line + 1}"
-        print(f"{time.strftime('%T')} {where}: {mutation.kind}: {mutation.after.strip()}: {verdict}",
-              flush=True)
+    verdicts = {}
+    for are_short in (True, False):
+        for mutation in mutations:
+            if not verdicts.get(mutation, "SURVIVES") == "SURVIVES":
+                continue
+            verdicts[mutation] = judge.verdict(mutation, are_short)
+            print(f"{time.strftime('%T')} {where(mutation)}: {mutation.kind}: "
+                  f"{mutation.after.strip()}: {verdicts[mutation]}", flush=True)
+    report(verdicts)
+
+
+def where(mutation):
+    return f"{mutation.file}:{mutation.line + 1}"
+
+
+def report(verdicts):
+    counts = collections.defaultdict(collections.Counter)
+    for mutation, verdict in verdicts.items():
         counts[mutation.file][verdict.split()[0].rstrip(",")] += 1
-        if verdict.startswith("SURVIVES"):
-            survivors.append((where, mutation, verdict))
     print("\n| file | mutations | noticed | survivors |\n|---|---:|---:|---:|")
     for file, count in sorted(counts.items()):
         compiled = sum(count.values()) - count["does"] - count["same"]
         print(f"| {file} | {compiled} | {count['noticed']} | {count['SURVIVES']} |")
-    for where, mutation, verdict in sorted(survivors, key=lambda survivor: survivor[0]):
-        print(f"\n{where} {verdict}\n  - {mutation.before.strip()}\n  + {mutation.after.strip()}")
+    for mutation, verdict in sorted(verdicts.items()):
+        if verdict.startswith("SURVIVES"):
+            print(f"\n{where(mutation)} {verdict}\n  - {mutation.before.strip()}\n"
+                  f"  + {mutation.after.strip()}")
 
 
 if __name__ == "__main__":

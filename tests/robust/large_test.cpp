@@ -1,6 +1,6 @@
 // Images above 2^31 bytes: offsets do not fit 32 bits. Copies and rotations are compared pixel by
-// pixel with the pattern they were given, conversions and scaling with the same call on bands of
-// rows. Needs some 7 GB of memory; scripts/test-large.sh runs it.
+// pixel with the pattern they were given, conversions, scaling and smoothing with the same call on
+// bands of rows. Needs some 7 GB of memory; scripts/test-large.sh runs it.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -162,6 +162,29 @@ TEST(Large, Scaling) {
           expect_band(dst, y, kRows, small, above);
         }
       }
+    }
+  }
+}
+
+TEST(Large, Smoothing) {
+  constexpr int kRows = 32;
+  constexpr int kReach = 8;  // more rows than the kernel
+  const int side = large_side(QX_FMT_GRAY);
+  Image src(QX_FMT_GRAY, side, side);
+  const Image dst(QX_FMT_GRAY, side, side);
+  src.fill();
+  for (const MKBlur type : {MKBlur::Mean, MKBlur::Median, MKBlur::Gaussian, MKBlur::Bilateral}) {
+    const auto smooth = [type](const QX_OFFSCREEN& from, const QX_OFFSCREEN& to) {
+      return mvk_smooth(&from, &to, 7, type, 7, 30, 4);
+    };
+    SCOPED_TRACE(static_cast<int>(type));
+    EXPECT_EQ(smooth(src.descriptor, dst.descriptor), MVK_OK);
+    for (const int y : {0, side / 2, side - kRows}) {
+      const int above = std::min(y, kReach);
+      const int rows = above + kRows + std::min(side - kRows - y, kReach);
+      const Image small(QX_FMT_GRAY, side, rows);
+      EXPECT_EQ(smooth(src.band(y - above, rows), small.descriptor), MVK_OK);
+      expect_band(dst, y, kRows, small, above);
     }
   }
 }
