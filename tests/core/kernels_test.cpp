@@ -13,6 +13,7 @@
 #include "core/kernels/gaussian.h"
 #include "core/kernels/gaussian_small.h"
 #include "core/kernels/mean.h"
+#include "core/kernels/median_by_columns.h"
 #include "core/kernels/median_row_by_network.h"
 #include "core/kernels/median_run_by_histograms.h"
 #include "core/kernels/scaled_brightness.h"
@@ -189,6 +190,25 @@ TEST(Kernels, MedianRunByHistograms) {
       expect_equal(step * kWidth * kHeight, median_run_by_histograms_plain,
                    median_run_by_histograms,
                    [&](auto median, uint8_t* to) { filter(median, to, step); });
+    }
+  }
+}
+
+// Rows of every length up to some vectors, and of some chunks.
+TEST(Kernels, MedianByColumns) {
+  test::Random random(9);
+  for (int pixels = 1; pixels < 200; ++pixels) {
+    const int step = pixels % 2 == 0 ? 1 : 3;
+    const int width = (pixels % 20 == 0 ? 17 * pixels : pixels) * step;
+    const Bytes bytes = mask_bytes(random, 6 * width);
+    std::vector<const uint8_t*> rows;
+    for (int y = 0; y < 6; ++y) rows.push_back(bytes.data() + y * width);
+    for (const int ksize : {3, 5}) {
+      expect_equal(2 * width, median_by_columns_plain, median_by_columns,
+                   [&](auto median, uint8_t* to) {
+                     uint8_t* const results[]{to, to + width};
+                     median(results, rows.data(), width, step, ksize);
+                   });
     }
   }
 }

@@ -25,10 +25,11 @@ void median_by_columns(uint8_t* const* results, const uint8_t* const* rows, int6
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-using Bytes = hn::CappedTag<uint8_t, 32>;
-using V = hn::Vec<Bytes>;
-constexpr auto kLanes = static_cast<int64_t>(hn::MaxLanes(Bytes()));
+// Short rows are filtered by half as many bytes at a time.
+using LongBytes = hn::CappedTag<uint8_t, 64>;
+using ShortBytes = hn::CappedTag<uint8_t, 32>;
 
+template <class V>
 HWY_INLINE void order(V& low, V& high) {
   const V least = hn::Min(low, high);
   high = hn::Max(low, high);
@@ -36,12 +37,13 @@ HWY_INLINE void order(V& low, V& high) {
 }
 
 // By insertion, which is how a column grows, too. What nobody uses is not computed.
-template <int kCount>
+template <int kCount, class V>
 HWY_INLINE void insert_last(V* sorted) {
   HWY_UNROLL(4)
   for (int i = kCount - 1; i > 0; --i) order(sorted[i - 1], sorted[i]);
 }
 
+template <class V>
 HWY_INLINE V median_of_3(V a, V b, V c) {
   order(a, b);
   return hn::Max(a, hn::Min(b, c));
@@ -51,12 +53,13 @@ HWY_INLINE V median_of_3(V a, V b, V c) {
 template <int kSize>
 struct SortedColumns {
   static constexpr int64_t kChunk = 1024;
-  static constexpr int64_t kLead = 32;  // before the first column that is sorted, for alignment
-  alignas(64) uint8_t rank[kSize][kChunk + 4 * kLead];
+  static constexpr int64_t kLead = 64;  // before the first column that is sorted, for alignment
+  alignas(64) uint8_t rank[kSize][kChunk + 2 * kLead];
 
-  HWY_INLINE void store(const V* sorted, int64_t at) {
+  template <class D>
+  HWY_INLINE void store(D d, const hn::Vec<D>* sorted, int64_t at) {
     HWY_UNROLL(5)
-    for (int i = 0; i < kSize; ++i) hn::StoreU(sorted[i], Bytes(), rank[i] + at);
+    for (int i = 0; i < kSize; ++i) hn::StoreU(sorted[i], d, rank[i] + at);
   }
 
   // Sorted columns from kLead to `end`, of which the first or the last pixel of the row is
@@ -70,10 +73,10 @@ struct SortedColumns {
 };
 
 // Both rows of results share all but the first and the last row of their windows.
-template <int kSize>
-HWY_INLINE void sort_columns(SortedColumns<kSize> (&columns)[kMedianRows],
+template <class D, int kSize>
+HWY_INLINE void sort_columns(D d, SortedColumns<kSize> (&columns)[kMedianRows],
                              const uint8_t* const* rows, int64_t from, int64_t at) {
-  const Bytes d;
+  using V = hn::Vec<D>;
   V shared[kSize];
   shared[0] = hn::LoadU(d, rows[1] + from);
   HWY_UNROLL(4)
@@ -89,14 +92,14 @@ HWY_INLINE void sort_columns(SortedColumns<kSize> (&columns)[kMedianRows],
     for (int i = 0; i < kSize - 1; ++i) sorted[i] = shared[i];
     sorted[kSize - 1] = hn::LoadU(d, rows[row * kSize] + from);
     insert_last<kSize>(sorted);
-    columns[row].store(sorted, at);
+    columns[row].store(d, sorted, at);
   }
 }
 
 // The median is between the greatest of the least and the least of the greatest, or in the middle.
-HWY_INLINE V median_at(const SortedColumns<3>& columns, int64_t at, int64_t step) {
-  const Bytes d;
-  V m[3][3];
+template <class D>
+HWY_INLINE hn::Vec<D> median_at(D d, const SortedColumns<3>& columns, int64_t at, int64_t step) {
+  hn::Vec<D> m[3][3];
   HWY_UNROLL(3)
   for (int i = 0; i < 3; ++i) {
     for (int64_t j = 0; j < 3; ++j) m[i][j] = hn::LoadU(d, columns.rank[i] + at + j * step);
@@ -107,15 +110,18 @@ HWY_INLINE V median_at(const SortedColumns<3>& columns, int64_t at, int64_t step
 }
 
 // The greatest goes to the end of `count` vectors, or the least to their start.
+template <class V>
 HWY_INLINE void raise_greatest(V* v, int count) {
   HWY_UNROLL(4)
   for (int i = 0; i + 1 < count; ++i) order(v[i], v[i + 1]);
 }
+template <class V>
 HWY_INLINE void sink_least(V* v, int count) {
   HWY_UNROLL(4)
   for (int i = count - 1; i > 0; --i) order(v[i - 1], v[i]);
 }
 
+template <class V>
 HWY_INLINE V median_of_5(V a, V b, V c, V d, V e) {
   order(a, b);
   order(c, d);
@@ -124,8 +130,9 @@ HWY_INLINE V median_of_5(V a, V b, V c, V d, V e) {
 
 // With the rows of ranks sorted as well, the median is on the diagonal against both orders, or
 // bounded by the diagonals beside it; rows are sorted no further than those need.
-HWY_INLINE V median_at(const SortedColumns<5>& columns, int64_t at, int64_t step) {
-  const Bytes d;
+template <class D>
+HWY_INLINE hn::Vec<D> median_at(D d, const SortedColumns<5>& columns, int64_t at, int64_t step) {
+  using V = hn::Vec<D>;
   V m[5][5];
   HWY_UNROLL(5)
   for (int i = 0; i < 5; ++i) {
@@ -151,9 +158,10 @@ HWY_INLINE V median_at(const SortedColumns<5>& columns, int64_t at, int64_t step
   return median_of_3(low, middle, high);
 }
 
-template <int kSize>
-HWY_INLINE void filter_rows(uint8_t* const* results, const uint8_t* const* rows, int64_t count,
+template <int kSize, class D>
+HWY_INLINE void filter_rows(D d, uint8_t* const* results, const uint8_t* const* rows, int64_t count,
                             int step) {
+  constexpr auto kLanes = static_cast<int64_t>(hn::MaxLanes(D()));
   constexpr int64_t kChunk = SortedColumns<kSize>::kChunk;
   SortedColumns<kSize> columns[kMedianRows];
   const int64_t reach = int64_t{kSize / 2} * step;
@@ -166,28 +174,36 @@ HWY_INLINE void filter_rows(uint8_t* const* results, const uint8_t* const* rows,
     for (int64_t x = first; x < end; x += kLanes) {
       const int64_t from = HWY_MIN(x, end - kLanes);
       const int64_t ahead = HWY_MIN(from + kChunk, count - 1);
-      for (int i = 0; i < kMedianRows; ++i) {
-        hwy::Prefetch(rows[kSize - 1 + i] + ahead);
-        hwy::Prefetch(results[i] + ahead);
-      }
-      sort_columns<kSize>(columns, rows, from, from - origin);
+      for (int i = 0; i < kMedianRows; ++i) hwy::Prefetch(rows[kSize - 1 + i] + ahead);
+      sort_columns(d, columns, rows, from, from - origin);
     }
     for (int row = 0; row < kMedianRows; ++row) {
       columns[row].repeat(first - left + reach, end - origin, left + chunk + reach - end, step);
       for (int64_t x = 0; x < chunk; x += kLanes) {
         const int64_t at = HWY_MIN(x, chunk - kLanes);
-        const auto median = median_at(columns[row], left - reach - origin + at, step);
-        hn::StoreU(median, Bytes(), results[row] + left + at);
+        const auto median = median_at(d, columns[row], left - reach - origin + at, step);
+        hn::StoreU(median, d, results[row] + left + at);
       }
     }
   }
 }
 
+template <class D>
+HWY_INLINE void filter_rows_of_size(D d, uint8_t* const* results, const uint8_t* const* rows,
+                                    int64_t count, int step, int32_t ksize) {
+  ksize == 3 ? filter_rows<3>(d, results, rows, count, step)
+             : filter_rows<5>(d, results, rows, count, step);
+}
+
 void median_by_columns(uint8_t* const* results, const uint8_t* const* rows, int64_t count, int step,
                        int32_t ksize) {
-  if (count < kLanes) return median_by_columns_plain(results, rows, count, step, ksize);
-  ksize == 3 ? filter_rows<3>(results, rows, count, step)
-             : filter_rows<5>(results, rows, count, step);
+  if (count >= static_cast<int64_t>(hn::MaxLanes(LongBytes()))) {
+    filter_rows_of_size(LongBytes(), results, rows, count, step, ksize);
+  } else if (count >= static_cast<int64_t>(hn::MaxLanes(ShortBytes()))) {
+    filter_rows_of_size(ShortBytes(), results, rows, count, step, ksize);
+  } else {
+    median_by_columns_plain(results, rows, count, step, ksize);
+  }
 }
 
 #endif
