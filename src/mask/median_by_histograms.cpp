@@ -11,14 +11,16 @@ namespace {
 
 using imageprocess::ColumnHistograms;
 
-constexpr int32_t kBlock = 512;  // columns that are filtered at a time, for the second cache
+// Columns that are filtered at a time, for the second cache. Half as many took 3 to 10 per cent
+// less time up to kernel 25; beyond, what blocks share costs more.
+constexpr int32_t block_of(int32_t radius) { return radius <= 12 ? 256 : 512; }
 
 class HistogramMedian {
  public:
   HistogramMedian(const cv::Mat& src, cv::Mat& dst, int32_t ksize)
-      : src_(src), dst_(dst), radius_(ksize / 2) {
+      : src_(src), dst_(dst), radius_(ksize / 2), block_(block_of(radius_)) {
     const size_t columns =
-        static_cast<size_t>(std::min(src.cols, kBlock)) + static_cast<size_t>(2 * radius_);
+        static_cast<size_t>(std::min(src.cols, block_)) + static_cast<size_t>(2 * radius_);
     centres_.resize(columns);
     groups_.resize(16 * columns);
     values_.resize(16 * groups_.size());
@@ -26,13 +28,13 @@ class HistogramMedian {
 
   void run(const cv::Range& band) {
     for (int channel = 0; channel < src_.channels(); ++channel) {
-      for (int32_t left = 0; left < src_.cols; left += kBlock) filter(band, channel, left);
+      for (int32_t left = 0; left < src_.cols; left += block_) filter(band, channel, left);
     }
   }
 
  private:
   void filter(const cv::Range& band, int channel, int32_t left) {
-    const int32_t width = std::min(kBlock, src_.cols - left);
+    const int32_t width = std::min(block_, src_.cols - left);
     const int step = src_.channels();
     std::fill(centres_.begin(), centres_.end(), ColumnHistograms::kNever);
     const ColumnHistograms all{
@@ -52,6 +54,7 @@ class HistogramMedian {
   const cv::Mat& src_;
   cv::Mat& dst_;
   const int32_t radius_;
+  const int32_t block_;
   std::vector<int32_t> centres_;
   std::vector<int16_t> groups_;
   std::vector<int16_t> values_;
