@@ -167,9 +167,10 @@ void add_full_hd() {
   const Image gray = share(TestImage(QX_FMT_GRAY, kFullHd.width, kFullHd.height));
   mvk_convert(gray->get(), colour->get());
   for (const MKBlur type : {MKBlur::Mean, MKBlur::Gaussian}) {
-    for (const int ksize : {3, 5, 9, 25, 99, 199}) {
-      add_smooth("photographer", mask, ksize, type);
+    for (const int ksize : {3, 5, 9, 25, 99, 199}) add_smooth("photographer", mask, ksize, type);
+    for (const int ksize : {3, 5, 7, 9, 15, 25, 51, 99, 199}) {
       add_smooth("a photograph", colour, ksize, type);
+      add_smooth("a gray photograph", gray, ksize, type);
     }
   }
   for (const int ksize : {3, 5, 7, 13, 25, 27, 99, 199}) {
@@ -177,6 +178,10 @@ void add_full_hd() {
     add_smooth("a gray photograph", gray, ksize, MKBlur::Median);
   }
   add_smooth("photographer", mask, 9, MKBlur::Bilateral);
+  for (const int ksize : {5, 9, 15, 25}) {
+    add_smooth("a photograph", colour, ksize, MKBlur::Bilateral);
+    add_smooth("a gray photograph", gray, ksize, MKBlur::Bilateral);
+  }
 }
 
 void add_worst_cases() {
