@@ -49,8 +49,9 @@ def ratios(readme):
     table = list(rows(readme, 5))
     left, right, step, top = 345, 720, 28, 30
     most = max(float(row[4]) for row in table)
-    scale = (right - left) / math.log10(most / 0.5)
-    at = lambda ratio: left + scale * math.log10(max(ratio, 0.5) / 0.5)  # noqa: E731
+    least = min(0.5, 0.8 * min(float(row[4]) for row in table))
+    scale = (right - left) / math.log10(most / least)
+    at = lambda ratio: left + scale * math.log10(ratio / least)  # noqa: E731
     height = top + step * len(table) + 10
     parts = []
     for mark in (1, 2, 5, 10, 20, 50, 100, 200):

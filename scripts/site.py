@@ -39,7 +39,7 @@ FIRST = """<div class="first">
 <div><h1>Morvik</h1>
 <p class="lead">Image processing for faces and segmentation masks: smooth edges, stickers, outlines, foreheads. C functions
 on pixel memory that you own, with results fixed to the byte; for C, C++, Python and JavaScript.</p>
-<p><a class="button" href="studio/index.html">Try it in the studio</a> <a class="button" href="guide.html">Read the guide</a></p>
+<p><a class="button first-choice" href="studio/index.html">Try it in the studio</a> <a class="button" href="guide.html">Read the guide</a></p>
 <p class="small">The studio runs in this browser; photographs stay on your machine.</p></div>
 <figure class="compare"><img src="pictures/photo.jpg" alt="A photograph of a naval officer" width="256" height="300">
 <img class="after" src="pictures/sticker.png" alt="The same as a sticker with a yellow border" width="256" height="300">
@@ -48,8 +48,9 @@ on pixel memory that you own, with results fixed to the byte; for C, C++, Python
 """
 
 
-def navigation(root):
-    links = (f'<a href="{root}{address}">{name}</a>' for address, name in NAVIGATION)
+def navigation(root, shown):
+    here = {shown: ' aria-current="page"'}
+    links = (f'<a href="{root}{address}"{here.get(address, "")}>{name}</a>' for address, name in NAVIGATION)
     return f'<nav aria-label="Site">{" ".join(links)}</nav>'
 
 
@@ -66,7 +67,7 @@ class Site:
         path = self.out / address
         path.parent.mkdir(parents=True, exist_ok=True)
         root = "../" * address.count("/")
-        path.write_text(PAGE.format(title=title, root=root, navigation=navigation(root), body=body), encoding="utf-8")
+        path.write_text(PAGE.format(title=title, root=root, navigation=navigation(root, address), body=body), encoding="utf-8")
 
     def address(self, link, page):
         """Where a link of a document leads on the site."""
@@ -189,7 +190,7 @@ def main():
     site.write_sources()
     site.lead_back()
     studio = out / "studio/index.html"
-    studio.write_text(studio.read_text(encoding="utf-8").replace("<!-- navigation of the site -->", navigation("../")), encoding="utf-8")
+    studio.write_text(studio.read_text(encoding="utf-8").replace("<!-- navigation of the site -->", navigation("../", "studio/index.html")), encoding="utf-8")
     found = list(faults(out))
     print("\n".join(found) or f"{sum(1 for _ in out.rglob('*.html'))} pages, no broken link, nothing from elsewhere")
     return 1 if found else 0

@@ -74,6 +74,8 @@ function updateForm() {
 
 function updateCode() {
   if (!names) return;
+  $("downloads").disabled = false;
+  $("numbers").hidden = $("code").hidden = false;
   for (const [id, text] of Object.entries(codeFor(names, settings()))) $(id).textContent = text;
 }
 
@@ -305,9 +307,11 @@ function listen() {
   take("photo", (file) => takePhoto({ file }, file.name));
   take("mask", takeMask);
   take("landmarks", takeLandmarks);
-  $("sample").addEventListener("change", safely(async ({ target: { value } }) => {
-    if (value) await takePhoto({ address: `samples/${value}` }, value);
-  }));
+  const takeSample = async (name) => name && takePhoto({ address: `samples/${name}` }, name);
+  $("sample").addEventListener("change", safely(({ target }) => takeSample(target.value)));
+  for (const button of document.querySelectorAll("[data-sample]")) {
+    button.addEventListener("click", safely(() => takeSample(($("sample").value = button.dataset.sample))));
+  }
   $("camera").addEventListener("click", safely(async () => (camera.isOn ? stopCamera() : startCamera())));
   $("digest").addEventListener("toggle", safely(async () => $("digest").open && showDigest()));
   for (const button of document.querySelectorAll("[data-save]")) button.addEventListener("click", safely(() => save(button.dataset.save)));

@@ -121,7 +121,7 @@ export class Viewer {
     const frame = this.#frame;
     const pointers = new Map();
     frame.addEventListener("pointerdown", (event) => {
-      if (event.target === this.#split) return;
+      if (event.target === this.#split || event.target.closest("button")) return;
       frame.setPointerCapture(event.pointerId);
       pointers.set(event.pointerId, event);
     });
