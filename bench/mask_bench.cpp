@@ -47,6 +47,11 @@ Image like(const Image& src) {
   return share(TestImage(src->descriptor().format, src->width(), src->height()));
 }
 
+// Of a filter: the image is read, and one of its size written.
+bench::Traffic traffic_of(const Image& image) {
+  return {bench::bytes_of(*image), bench::bytes_of(*image)};
+}
+
 bench::Size size_of(const Image& image) { return {image->width(), image->height()}; }
 
 void add_mask_smooth(const std::string& name, const Image& mask, bench::Size size, uint32_t mode,
@@ -55,8 +60,10 @@ void add_mask_smooth(const std::string& name, const Image& mask, bench::Size siz
   const Image dst = share(TestImage(QX_FMT_GRAY, size.width, size.height));
   const std::string operation =
       "mask smooth, " + name + ", limit " + std::to_string(limit) + (mode == 1 ? ", snapping" : "");
-  bench::add(operation, size, "morvik",
-             [=] { mvk_make_mask_smooth(dst->get(), mask->get(), guide->get(), mode, limit); });
+  // Of the guide only what lies along the edge is needed.
+  bench::add_morvik(operation, size, {bench::bytes_of(*mask), bench::bytes_of(*dst)}, [=] {
+    mvk_make_mask_smooth(dst->get(), mask->get(), guide->get(), mode, limit);
+  });
   bench::add(operation, size, kAsWritten, [=] {
     as_written::write_back(*dst,
                            as_written::smooth_mask(as_written::block(*mask), *guide, mode, limit));
@@ -66,8 +73,8 @@ void add_mask_smooth(const std::string& name, const Image& mask, bench::Size siz
 void add_morph(const std::string& name, const Image& src, int amount) {
   const Image dst = like(src);
   const std::string operation = "morphology, " + name + ", amount " + std::to_string(amount);
-  bench::add(operation, size_of(src), "morvik",
-             [=] { mvk_mask_morph(dst->get(), src->get(), amount); });
+  bench::add_morvik(operation, size_of(src), traffic_of(src),
+                    [=] { mvk_mask_morph(dst->get(), src->get(), amount); });
   bench::add(operation, size_of(src), "cv::morphologyEx", [=] {
     const cv::Mat in(src->height(), src->width(), CV_8UC1, src->row(0));
     cv::Mat out(src->height(), src->width(), CV_8UC1, dst->row(0));
@@ -84,8 +91,8 @@ void add_smooth(const std::string& name, const Image& src, int ksize, MKBlur typ
   const auto side = static_cast<uint32_t>(ksize);
   const std::string operation = std::string(kNames.at(static_cast<size_t>(type))) + " of " + name +
                                 ", kernel " + std::to_string(ksize);
-  bench::add(operation, size_of(src), "morvik",
-             [=] { mvk_smooth(src->get(), dst->get(), side, type, 0, 20, 20); });
+  bench::add_morvik(operation, size_of(src), traffic_of(src),
+                    [=] { mvk_smooth(src->get(), dst->get(), side, type, 0, 20, 20); });
   bench::add(operation, size_of(src), "OpenCV", [=] {
     const int pixel = src->descriptor().format == QX_FMT_GRAY ? CV_8UC1 : CV_8UC3;
     const cv::Mat in(src->height(), src->width(), pixel, src->row(0));
@@ -97,8 +104,8 @@ void add_smooth(const std::string& name, const Image& src, int ksize, MKBlur typ
 void add_holes(const std::string& name, const Image& src) {
   const Image dst = like(src);
   const std::string operation = "fill holes, " + name;
-  bench::add(operation, size_of(src), "morvik",
-             [=] { mvk_make_up_holes(dst->get(), src->get(), 127); });
+  bench::add_morvik(operation, size_of(src), traffic_of(src),
+                    [=] { mvk_make_up_holes(dst->get(), src->get(), 127); });
   bench::add(operation, size_of(src), kAsWritten, [=] {
     as_written::write_back(*dst, as_written::fill_holes(as_written::block(*src), 127));
   });
@@ -113,7 +120,7 @@ void add_area(bench::Size size) {
     contour.emplace_back(random.range(0, size.width), random.range(0, size.height));
     points.push_back({contour.back().x, contour.back().y});
   }
-  bench::add("fill area, 200 points", size, "morvik", [=] {
+  bench::add_morvik("fill area, 200 points", size, {0, bench::bytes_of(*image)}, [=] {
     mvk_fill_area_up(image->get(), static_cast<uint32_t>(points.size()), points.data());
   });
   bench::add("fill area, 200 points", size, kAsWritten, [=] {
@@ -124,8 +131,8 @@ void add_area(bench::Size size) {
 void add_roi(const std::string& name, const Image& image) {
   const auto rect = std::make_shared<MKRect>();
   const std::string operation = "bounding box, " + name;
-  bench::add(operation, size_of(image), "morvik",
-             [=] { mvk_get_mask_roi(image->get(), rect.get(), 127); });
+  bench::add_morvik(operation, size_of(image), {bench::bytes_of(*image), 0},
+                    [=] { mvk_get_mask_roi(image->get(), rect.get(), 127); });
   bench::add(operation, size_of(image), "plain loop",
              [=] { benchmark::DoNotOptimize(as_written::box(*image, 127)); });
 }

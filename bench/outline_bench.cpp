@@ -34,7 +34,7 @@ void add(const std::string& name, const Image& image, const MKOutlineMode& mode)
                                 std::to_string(mode.smooth_level);
   const bench::Size size{image->width(), image->height()};
   const auto service = std::make_shared<Service>();
-  bench::add(operation, size, "morvik", [=] {
+  bench::add_morvik(operation, size, {bench::bytes_of(*image), 0}, [=] {
     mvk_outline_expansion(service->handle, image->get(), &mode, &service->record);
   });
   bench::add(operation, size, "as written", [=] { as_written::outlines(*image, mode); });

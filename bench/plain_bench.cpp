@@ -21,6 +21,10 @@ struct Images {
 };
 using Pair = std::shared_ptr<Images>;
 
+bench::Traffic traffic_of(const Images& images) {
+  return {bench::bytes_of(images.src), bench::bytes_of(images.dst)};
+}
+
 Pair make_pair(Size size, uint32_t dst_format, uint32_t src_format, bool is_turned = false,
                int padding = 0) {
   const int width = is_turned ? size.height : size.width;
@@ -42,7 +46,8 @@ std::string format(uint32_t code) { return test::format_name(code); }
 void add_rotation(Size size, uint32_t code, int angle) {
   const Pair pair = make_pair(size, code, code, angle != 180);
   const std::string name = "turn " + std::to_string(angle) + ' ' + format(code);
-  bench::add(name, size, "morvik", [=] { mvk_rotate(pair->dst.get(), pair->src.get(), angle); });
+  bench::add_morvik(name, size, traffic_of(*pair),
+                    [=] { mvk_rotate(pair->dst.get(), pair->src.get(), angle); });
   const auto mode = static_cast<libyuv::RotationMode>(angle);
   QX_OFFSCREEN& s = pair->src.descriptor();
   QX_OFFSCREEN& d = pair->dst.descriptor();
@@ -90,7 +95,8 @@ template <typename Peer>
 void add_conversion(Size size, uint32_t to, uint32_t from, const std::string& who, Peer peer) {
   const Pair pair = make_pair(size, to, from);
   const std::string name = format(to) + " <- " + format(from);
-  bench::add(name, size, "morvik", [=] { mvk_convert(pair->dst.get(), pair->src.get()); });
+  bench::add_morvik(name, size, traffic_of(*pair),
+                    [=] { mvk_convert(pair->dst.get(), pair->src.get()); });
   bench::add(name, size, who, [=] { peer(*pair); });
 }
 
@@ -174,7 +180,8 @@ void add_colour_conversions(Size size) {
 void add_copy(Size size, uint32_t code, int padding) {
   const Pair pair = make_pair(size, code, code, false, padding);
   const std::string name = (padding != 0 ? "copy padded " : "copy packed ") + format(code);
-  bench::add(name, size, "morvik", [=] { mvk_copy(pair->dst.get(), pair->src.get()); });
+  bench::add_morvik(name, size, traffic_of(*pair),
+                    [=] { mvk_copy(pair->dst.get(), pair->src.get()); });
   bench::add(name, size, "memcpy", [=] {
     const QX_OFFSCREEN& s = pair->src.descriptor();
     if (padding == 0) {
@@ -197,7 +204,8 @@ void add_resize(Size size, uint32_t code, uint32_t method) {
     cv::Mat result = mat(pair->dst, plane, type);
     cv::resize(mat(pair->src, plane, type), result, result.size(), 0, 0, static_cast<int>(method));
   };
-  bench::add(name, size, "morvik", [=] { mvk_resize(pair->dst.get(), pair->src.get(), method); });
+  bench::add_morvik(name, size, traffic_of(*pair),
+                    [=] { mvk_resize(pair->dst.get(), pair->src.get(), method); });
   bench::add(name, size, "cv::resize", [=] {
     if (code == QX_FMT_NV21) {
       scale(0, CV_8UC1);
@@ -216,8 +224,8 @@ void add_enlargement() {
   from.setTo(0);
   cv::circle(from, {128, 128}, 80, 255, cv::FILLED, cv::LINE_AA);
   const Size size{1920, 1080};
-  bench::add("resize linear mask", size, "morvik",
-             [=] { mvk_resize(frame->get(), mask->get(), MVK_RESIZE_LINEAR); });
+  bench::add_morvik("resize linear mask", size, {bench::bytes_of(*mask), bench::bytes_of(*frame)},
+                    [=] { mvk_resize(frame->get(), mask->get(), MVK_RESIZE_LINEAR); });
   bench::add("resize linear mask", size, "cv::resize", [=] {
     cv::Mat result = mat(*frame, 0, CV_8UC1);
     cv::resize(mat(*mask, 0, CV_8UC1), result, result.size(), 0, 0, cv::INTER_LINEAR);

@@ -20,7 +20,7 @@ for family in "${families[@]}"; do
   program=build/release/bench/morvik_bench_$family
   [ -n "$("$program" --benchmark_list_tests --benchmark_filter="$filter" 2>&1 |
     grep -F '|')" ] || continue
-  "$program" --benchmark_filter="$filter" \
+  "$program" --benchmark_filter="$filter|^memory floor" \
     --benchmark_enable_random_interleaving=true \
     --benchmark_repetitions="${REPETITIONS:-9}" --benchmark_min_time="${MIN_TIME:-0.02}" \
     --benchmark_report_aggregates_only=true \
@@ -44,14 +44,23 @@ Eigen $(version libeigen3-dev), Highway $(version libhwy-dev).
 
 A ratio is the peer's time divided by Morvik's, both measured interleaved in one process; times are
 medians. "As written" is the plain chain of OpenCV calls that defines the result; its bytes are the
-same. The peak is what one call holds on the heap at most. Calls of libyuv and OpenCV are made on
-the same memory; where OpenCV spreads work over cores it does so on both sides. The machine is
-shared, so a ratio within a few per cent of 1 means "the same".
+same. The floor is a memcpy of what must be read and written (memset, or a sum, for what is only
+written or read), measured in the same run. The peak is what one call holds on the heap at most.
+Calls of libyuv and OpenCV are made on the same memory; where OpenCV spreads work over cores it does
+so on both sides. The machine is shared, so a ratio within a few per cent of 1 means "the same".
 EOF2
   for family in "${families[@]}"; do
     printf '\n## %s\n\n' "${family^}"
     python3 bench/table.py out/bench/"$family".json
   done
+  cat <<'EOF2'
+
+## Growth
+
+What a pixel costs at 4032x3024, where images leave the caches, for each that it costs at 1920x1080.
+
+EOF2
+  python3 bench/table.py --growth out/bench/{frame,plain,mask,outline}.json
   cat <<'EOF2'
 
 ## Python
