@@ -17,6 +17,7 @@
 #include "core/kernels/median_row_by_network.h"
 #include "core/kernels/median_run_by_histograms.h"
 #include "core/kernels/scaled_brightness.h"
+#include "core/kernels/spread_bits.h"
 #include "core/kernels/spread_row.h"
 #include "support/targets.h"
 #include "support/test_image.h"
@@ -129,6 +130,37 @@ TEST(Kernels, FindChanges) {
                    find(bits.data(), row.data(), count);
                    std::memcpy(to, bits.data(), 8 * bits.size());
                  });
+  }
+}
+
+// Rows of a few words, all runs up to 31 pixels.
+TEST(Kernels, SpreadBits) {
+  using Row = std::vector<uint64_t>;
+  constexpr int kSource = 0;
+  test::Random random(11);
+  for (int length = 1; length < 32; ++length) {
+    const int words = random.range(1, 20);
+    const auto pitch = static_cast<size_t>(words + kBitsBefore + kBitsBehind);
+    std::vector<Row> rows(4, Row(pitch));
+    for (int i = 0; i < words; ++i) {
+      const uint64_t sparse = uint64_t{1} << random.range(0, 63);
+      rows[kSource][static_cast<size_t>(i + kBitsBefore)] = i % 3 == 0 ? ~sparse : sparse;
+    }
+    const BitRun runs[] = {{random.range(-30, 0), length}, {-length / 2, length}, {3, length / 2}};
+    const int count = length < 2 ? 2 : 3;
+    const auto spread = [&](bool plain, uint8_t* to) {
+      Row scratch(kBitLevels * pitch);
+      uint64_t* const targets[] = {rows[1].data(), rows[2].data(), rows[3].data()};
+      (plain ? spread_bits_plain : spread_bits)(targets, rows[kSource].data() + kBitsBefore, words,
+                                                runs, count, scratch.data());
+      Row joined(pitch);
+      (plain ? join_bits_plain : join_bits)(joined.data(), targets, count, words);
+      for (const uint64_t* row : {rows[1].data(), rows[2].data(), joined.data()}) {
+        std::memcpy(to, row, static_cast<size_t>(8 * words));
+        to += 8 * words;
+      }
+    };
+    expect_equal(3 * 8 * words, true, false, spread);
   }
 }
 

@@ -46,6 +46,19 @@ TEST(Morph, RunsOfSmallKernels) {
   }
 }
 
+// Masks that turn out not to be binary at any row, or nowhere.
+TEST(Morph, BinaryButForAPixel) {
+  test::Random random(2);
+  for (const int gray : {0, 1, 128, 254, 255}) {
+    for (int y = 0; y < 40; y += 3) {
+      TestImage mask = test::make_mask(Kind::Rings, 130, 40, random.next());
+      mask.row(y)[random.range(0, 129)] = static_cast<uint8_t>(gray);
+      expect_morph(mask, random.range(6, 30));
+      expect_morph(mask, -random.range(6, 30));
+    }
+  }
+}
+
 // Large images are shared over threads, in bands of rows.
 TEST(Morph, BandsOfLargeImages) {
   const int threads = cv::getNumThreads();
