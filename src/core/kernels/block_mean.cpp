@@ -51,7 +51,7 @@ void mean_of_four(uint8_t* dst, const uint8_t* row, int64_t pitch, int64_t ahead
   };
   int64_t x = 0;
   for (; x + kStep <= count; x += kStep) {
-    prefetch_to_write(dst + x);
+    prefetch_ahead(dst + x, kStep);
     hn::StoreU(mean(x), d8, dst + x);
   }
   if (x == count) return;

@@ -10,6 +10,7 @@
 #include <hwy/highway.h>
 
 #include "core/kernels/byte_gather.h"
+#include "core/kernels/prefetch.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kel::imgproc::HWY_NAMESPACE {
@@ -36,12 +37,6 @@ HWY_INLINE hn::Vec<D> load_windows(const uint8_t* row, const int32_t* starts) {
 
 // Into the second cache, for rows to come.
 HWY_INLINE void prefetch(const uint8_t* at) { __builtin_prefetch(at, 0, 2); }
-
-// The same for rows that are written, whose next bytes may lie beyond the end of the plane.
-HWY_INLINE void prefetch_to_write(uint8_t* at) {
-  constexpr uintptr_t kAhead = 1024;
-  __builtin_prefetch(reinterpret_cast<uint8_t*>(reinterpret_cast<uintptr_t>(at) + kAhead), 1);
-}
 
 // A plan of which kWindows windows are used, 0 for all. It is a copy, as rows should be where they
 // are used: compilers take it that stores of vectors change everything else.

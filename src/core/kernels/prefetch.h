@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-namespace kel::imageprocess {
+namespace kel {
 
 // For kernels that walk through images at the speed of memory and are about to read or to write
 // `bytes` bytes at `place`: asks for the cache lines 1 KB further on. Processors fetch ahead for
@@ -22,4 +22,4 @@ HWY_INLINE void prefetch_ahead(const uint8_t* place, int64_t bytes) {
   }
 }
 
-}  // namespace kel::imageprocess
+}  // namespace kel

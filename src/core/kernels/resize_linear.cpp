@@ -92,7 +92,7 @@ void linear_down(uint8_t* dst, const LinearRows& rows, int64_t count) {
   };
   int64_t x = 0;
   for (; x + kStep <= count; x += kStep) {
-    prefetch_to_write(dst + x);
+    prefetch_ahead(dst + x, kStep);
     hn::StoreU(bytes(x), d8, dst + x);
   }
   if (x == count) return;

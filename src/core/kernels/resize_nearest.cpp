@@ -29,7 +29,7 @@ void pick(uint8_t* dst, const uint8_t* row, int64_t ahead, const ByteGather& byt
   const Gatherer<kWindows> gatherer(bytes, ahead);
   int64_t x = 0;
   for (; x + kStep <= count; x += kStep) {
-    prefetch_to_write(dst + x);
+    prefetch_ahead(dst + x, kStep);
     hn::StoreU(gatherer.blocks(row, x / ByteGather::kBlock), d, dst + x);
   }
   if (x == count) return;

@@ -58,7 +58,7 @@ HWY_INLINE void round_to_bytes(uint8_t* dst, int64_t count, Value value) {
   constexpr int64_t kStep = 2 * kLanes;
   int64_t x = 0;
   for (; x + kStep <= count; x += kStep) {
-    prefetch_to_write(dst + x);
+    prefetch_ahead(dst + x, kStep);
     hn::StoreU(bytes_of<>(value(x), value(x + kLanes)), d8, dst + x);
   }
   if (x == count) return;
