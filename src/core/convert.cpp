@@ -15,32 +15,27 @@ namespace {
 
 constexpr int kNeutralChroma = 128;
 
-// Calls loop(dst row, src row, pixels, bytes per pixel of colour) for every row of dst; for all
-// rows at once where none has padding.
-template <typename Dst, typename Src, typename Loop>
-void for_each_row(Dst dst, const Src& src, int bytes_per_pixel, Loop loop) {
-  int64_t rows = dst.plane.rows;
-  int64_t pixels = int64_t{dst.width};
-  if (dst.plane.is_packed() && src.plane.is_packed() && dst.width == src.width) {
-    pixels *= rows;
-    rows = 1;
-  }
-  for (int64_t y = 0; y < rows; ++y) {
-    loop(dst.plane.row(y), src.plane.row(y), pixels, bytes_per_pixel);
-  }
+// Calls row(dst row, src row, pixels) for as much of both images as dst has.
+template <typename Row>
+void for_rows_of(const KelPixelRegion& dst, const KelPixelRegion& src, Row row) {
+  Plane to = first_plane(dst);
+  const int64_t row_bytes = int64_t{dst.width} * bytes_per_pixel(src.format);
+  for_each_row(to, Plane(src.plane[0], row_bytes, dst.height, src.pitch[0]), dst.width, row);
 }
 
 template <uint32_t Code>
 void colour_to_gray(const KelPixelRegion& dst, const KelPixelRegion& src) {
-  for_each_row(PixelRegion_<QX_FMT_GRAY>(dst), PixelRegion_<Code>(src), bytes_per_pixel(Code),
-               gray_from_colour_row);
+  for_rows_of(dst, src, [](uint8_t* to, const uint8_t* from, int64_t count) {
+    gray_from_colour_row(to, from, count, bytes_per_pixel(Code));
+  });
 }
 
 // The gray value three times; a fourth byte is 255.
-void colour_from_gray_row(uint8_t* dst, const uint8_t* src, int64_t count, int bytes_per_pixel) {
-  for (int64_t x = 0; x < count; ++x, dst += bytes_per_pixel) {
+template <int kBytes>
+void colour_from_gray_row(uint8_t* dst, const uint8_t* src, int64_t count) {
+  for (int64_t x = 0; x < count; ++x, dst += kBytes) {
     std::memset(dst, src[x], 3);
-    if (bytes_per_pixel == 4) dst[3] = 255;
+    if (kBytes == 4) dst[3] = 255;
   }
 }
 
@@ -52,18 +47,9 @@ void gray_to_colour(const KelPixelRegion& dst, const KelPixelRegion& src) {
   cv::Mat to = first_plane_mat(dst, matrix_type(Code));
   const cv::Mat from = plane_mat(src.plane[0], dst.width, dst.height, src.pitch[0], CV_8UC1);
   if (to.empty() || from.empty()) {
-    for_each_row(PixelRegion_<Code>(dst), PixelRegion_<QX_FMT_GRAY>(src), kBytes,
-                 colour_from_gray_row);
+    for_rows_of(dst, src, colour_from_gray_row<kBytes>);
   } else {
     cv::cvtColor(from, to, kBytes == 3 ? cv::COLOR_GRAY2BGR : cv::COLOR_GRAY2BGRA);
-  }
-}
-
-// As many rows and bytes as dst has.
-void copy_rows(Plane& dst, const Plane& src) {
-  if (dst.row_bytes < 1) return;
-  for (int64_t y = 0; y < dst.rows; ++y) {
-    std::memcpy(dst.row(y), src.row(y), static_cast<size_t>(dst.row_bytes));
   }
 }
 

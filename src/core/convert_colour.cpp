@@ -29,19 +29,11 @@ Plane chroma_of(const KelPixelRegion& nv, Size size) {
   return {nv.plane[1], (size.width + 1) / 2 * 2, (size.height + 1) / 2, nv.pitch[1]};
 }
 
-// Calls row(dst row, src row, elements) for every row; for all rows at once where there is no
-// padding.
-template <typename Row>
-void for_rows(Plane& dst, const Plane& src, int64_t elements, int64_t rows, Row row) {
-  if (dst.is_packed() && src.is_packed()) return row(dst.data, src.data, elements * rows);
-  for (int64_t y = 0; y < rows; ++y) row(dst.row(y), src.row(y), elements);
-}
-
 template <auto Row>
 void by_rows(const KelPixelRegion& dst, const KelPixelRegion& src, Size size) {
   Plane to = plane_of(dst, size);
   const Plane from = plane_of(src, size);
-  for_rows(to, from, size.width, size.height, Row);
+  for_each_row(to, from, size.width, Row);
 }
 
 // Calls convert(first row, second row) for every two rows; a last one that is alone is both.
@@ -89,9 +81,9 @@ void copy_bytes(uint8_t* dst, const uint8_t* src, int64_t count) {
 
 void swap_chroma(const KelPixelRegion& dst, const KelPixelRegion& src, Size size) {
   Plane luma = plane_of(dst, size);
-  for_rows(luma, plane_of(src, size), size.width, size.height, copy_bytes);
+  for_each_row(luma, plane_of(src, size), size.width, copy_bytes);
   Plane chroma = chroma_of(dst, size);
-  for_rows(chroma, chroma_of(src, size), chroma.row_bytes / 2, chroma.rows, swap_pairs);
+  for_each_row(chroma, chroma_of(src, size), chroma.row_bytes / 2, swap_pairs);
 }
 
 struct Conversion {

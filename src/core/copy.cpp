@@ -25,10 +25,15 @@ bool copy_plane(Plane& dst, const Plane& src) {
     std::memcpy(dst.data, src.data, static_cast<size_t>(src.size));
     return true;
   }
-  for (int64_t y = 0; y < src.rows; ++y) {
-    std::memcpy(dst.row(y), src.row(y), static_cast<size_t>(src.row_bytes));
-  }
+  copy_rows(dst, src);
   return true;
+}
+
+void copy_rows(Plane& dst, const Plane& src) {
+  if (dst.row_bytes < 1) return;
+  for (int64_t y = 0; y < dst.rows; ++y) {
+    std::memmove(dst.row(y), src.row(y), static_cast<size_t>(dst.row_bytes));
+  }
 }
 
 PixelRegion2P422_Impl& PixelRegion2P422_Impl::copy(const PixelRegion2P422_Impl& src) {

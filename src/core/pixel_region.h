@@ -60,6 +60,14 @@ struct Plane {
   }
 };
 
+// Calls row(dst row, src row, elements) for every row of dst; for all rows at once where neither
+// has padding. Both planes are of as many elements in a row.
+template <typename Row>
+void for_each_row(Plane& dst, const Plane& src, int64_t elements, Row row) {
+  if (dst.is_packed() && src.is_packed()) return row(dst.data, src.data, elements * dst.rows);
+  for (int64_t y = 0; y < dst.rows; ++y) row(dst.row(y), src.row(y), elements);
+}
+
 // Plane 0 of a region. For two-plane formats all of Y, including an odd last row and column.
 inline Plane first_plane(const KelPixelRegion& region) {
   return {region.plane[0], int64_t{region.width} * bytes_per_pixel(region.format), region.height,

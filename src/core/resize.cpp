@@ -1,7 +1,6 @@
 #include "core/resize.h"
 
-#include <cstring>
-
+#include "core/copy.h"
 #include "core/mat_view.h"
 #include "core/resample/scaling.h"
 
@@ -10,9 +9,9 @@ namespace {
 
 using kel::imageprocess::InterpolationMethod;
 
-void copy_rows(cv::Mat& dst, const cv::Mat& src) {
-  const size_t size = static_cast<size_t>(src.cols) * src.elemSize();
-  for (int y = 0; y < src.rows; ++y) std::memmove(dst.ptr(y), src.ptr(y), size);
+kel::imageprocess::Plane plane_of(const cv::Mat& image) {
+  const auto row_bytes = static_cast<int64_t>(image.elemSize()) * image.cols;
+  return {image.data, row_bytes, image.rows, static_cast<int64_t>(image.step[0])};
 }
 
 // Methods turn into one another: linear at exactly one half takes means of blocks, and areas are
@@ -46,7 +45,10 @@ int plane_type(uint32_t format) {
 
 void resize_plane(cv::Mat& dst, const cv::Mat& src, InterpolationMethod method) {
   if (dst.empty() || src.empty()) return;
-  if (dst.size() == src.size()) return copy_rows(dst, src);
+  if (dst.size() == src.size()) {
+    kel::imageprocess::Plane to = plane_of(dst);
+    return copy_rows(to, plane_of(src));
+  }
   scale(Scaling(dst, src), method);
 }
 
