@@ -4,20 +4,18 @@
 #include <array>
 
 #include "outlines.h"
+#include "sticker_shape.h"
 
 namespace tool {
 namespace {
 
-// Side of the filter that makes edges soft: 3 pixels in small pictures, 11 in one of 20 million.
-uint32_t edge_kernel(Size size) {
-  return 3 + 2 * static_cast<uint32_t>(std::max(size.width, size.height) / 1100);
-}
+int edge_kernel(Size size) { return tool::edge_kernel(size.width, size.height); }
 
-Picture blurred(const Picture& mask, uint32_t kernel, Session& session) {
+Picture blurred(const Picture& mask, int kernel, Session& session) {
   Picture result(QX_FMT_GRAY, mask.size());
   session.call("mvk_smooth", [&] {
-    return mvk_smooth(mask.view().record(), result.view().record(), kernel, MKBlur::Gaussian, 0, 0,
-                      0);
+    return mvk_smooth(mask.view().record(), result.view().record(), static_cast<uint32_t>(kernel),
+                      MKBlur::Gaussian, 0, 0, 0);
   });
   return result;
 }
@@ -115,21 +113,17 @@ Picture coverage(const Picture& mask, bool as_it_is, Session& session) {
 }
 
 Picture grown(const Picture& mask, uint16_t expand, Session& session) {
-  MKOutlineMode mode{};
-  mode.mode = MK_OMODE_FILL_STROKE;
-  mode.chain_approx = MK_OCHAIN_SIMPLE;
-  mode.expand_size = expand;
-  mode.smooth_level = MK_OSMOOTH_1;
-  mode.threshold = 127;
   Picture shape(QX_FMT_GRAY, mask.size());
-  for (Outline& outline : trace(mask, mode, session)) fill(shape, std::move(outline), session);
+  for (Outline& outline : trace(mask, border_mode(expand), session)) {
+    fill(shape, std::move(outline), session);
+  }
   return blurred(shape, edge_kernel(mask.size()) + 2, session);
 }
 
 Picture composed(const Picture& photo, const Picture& covered, const Picture& border, Color color) {
   const unsigned outer[3] = {color.blue, color.green, color.red};
   Picture sticker(QX_FMT_ARGB, photo.size());
-  InnerColors inner(photo, covered, static_cast<int>(edge_kernel(photo.size())));
+  InnerColors inner(photo, covered, edge_kernel(photo.size()));
   for (int y = 0; y < photo.height(); ++y) {
     inner.go_to(y);
     const uint8_t* from = photo.row(y);

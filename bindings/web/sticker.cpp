@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "morvik/morvik.h"
+#include "tools/sticker_shape.h"
 
 namespace {
 
@@ -27,8 +28,7 @@ QX_OFFSCREEN gray(uint8_t* pixels, Size size) {
   return image;
 }
 
-// Side of the filter that makes edges soft: 3 pixels in small pictures, 11 in one of 20 million.
-int edge_kernel(Size size) { return 3 + 2 * (std::max(size.width, size.height) / 1100); }
+int edge_kernel(Size size) { return tool::edge_kernel(size.width, size.height); }
 
 void blur(uint8_t* dst, uint8_t* src, Size size, int kernel) {
   const QX_OFFSCREEN from = gray(src, size);
@@ -89,12 +89,7 @@ void fill(Mask& shape, Size size, const int32_t* coordinates, uint32_t count) {
 // The mask grown by the border, its outlines smoothed, with soft edges; empty when no pixel is
 // above 127.
 Mask grown(uint8_t* mask, Size size, uint16_t expand) {
-  MKOutlineMode mode{};
-  mode.mode = MK_OMODE_FILL_STROKE;
-  mode.chain_approx = MK_OCHAIN_SIMPLE;
-  mode.expand_size = expand;
-  mode.smooth_level = MK_OSMOOTH_1;
-  mode.threshold = 127;
+  const MKOutlineMode mode = tool::border_mode(expand);
   const QX_OFFSCREEN image = gray(mask, size);
   void* handle = mvk_outline_create();
   MKGetOutline found{};
