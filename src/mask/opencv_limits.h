@@ -1,5 +1,5 @@
-// What OpenCV counts in 32 bits. Images beyond these limits are left alone: OpenCV would refuse
-// them, or write beyond its buffers.
+// Images beyond these limits are left alone: filters, contours and OpenCV's morphology count places
+// in 32 bits.
 #pragma once
 
 #include <cstdint>

@@ -5,6 +5,7 @@
 namespace outline {
 namespace {
 
+// By exact areas, unlike the one for holes, which has to compare them in single precision.
 int32_t find_largest(const kel::Contours& contours) {
   int32_t largest = 0;
   double largest_area = -1.0;

@@ -1,7 +1,3 @@
-#include "core/kernels/median_by_columns.h"
-
-#include <cstring>
-
 #include "core/kernels/vector_targets.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -10,6 +6,11 @@
 // After foreach_target.h
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
+
+#include <cstring>
+
+#include "core/kernels/median_by_columns.h"
+#include "core/kernels/order-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kel::imageprocess::HWY_NAMESPACE {
@@ -28,13 +29,6 @@ namespace hn = hwy::HWY_NAMESPACE;
 // Short rows are filtered by half as many bytes at a time.
 using LongBytes = hn::CappedTag<uint8_t, 64>;
 using ShortBytes = hn::CappedTag<uint8_t, 32>;
-
-template <class V>
-HWY_INLINE void order(V& low, V& high) {
-  const V least = hn::Min(low, high);
-  high = hn::Max(low, high);
-  low = least;
-}
 
 // By insertion, which is how a column grows, too. What nobody uses is not computed.
 template <int kCount, class V>

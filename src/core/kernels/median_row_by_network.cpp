@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "core/kernels/median_row_by_network.h"
+#include "core/kernels/order-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kel::imageprocess::HWY_NAMESPACE {
@@ -19,12 +20,6 @@ namespace hn = hwy::HWY_NAMESPACE;
 using Bytes = hn::CappedTag<uint8_t, 32>;
 using Vector = hn::Vec<Bytes>;
 constexpr int kLanes = static_cast<int>(hn::MaxLanes(Bytes()));
-
-HWY_INLINE void order(Vector& low, Vector& high) {
-  const Vector least = hn::Min(low, high);
-  high = hn::Max(low, high);
-  low = least;
-}
 
 template <int kSide>
 HWY_INLINE void sort(Vector* first, int step) {
