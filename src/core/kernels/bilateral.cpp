@@ -185,6 +185,8 @@ HWY_INLINE FloatVector multiply_weights(FloatVector place, FloatVector colour) {
 
 template <int kChannels>
 struct Tap {
+  // Implicit constructors do not get the instruction set, which GCC minds.
+  HWY_INLINE Tap() = default;
   FloatVector weight;
   FloatVector channel[kChannels];
 };

@@ -55,6 +55,8 @@ class Gatherer {
   HWY_INLINE void blocks(const uint8_t* const* rows, int64_t block,
                          hn::Vec<GatheredBytes> (&bytes)[kRows]) const {
     const GatheredBytes d;
+    HWY_UNROLL(2)
+    for (int row = 0; row < kRows; ++row) bytes[row] = hn::Zero(d);  // GCC would warn
     for (int64_t i = 0; i < windows_; ++i, block += blocks_) {
       const int32_t* starts = starts_ + block;
       const auto places = hn::LoadU(d, lookup_ + ByteGather::kBlock * block);

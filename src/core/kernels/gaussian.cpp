@@ -125,6 +125,9 @@ struct TapPairs {
 };
 
 struct Accumulators {
+  // Implicit constructors do not get the instruction set, which GCC minds.
+  HWY_INLINE Accumulators() = default;
+
   hn::Vec<Sums> low[kGaussianRows];
   hn::Vec<Sums> high[kGaussianRows];
 

@@ -103,6 +103,8 @@ void slide_down(uint16_t* columns, uint16_t* sums, const uint8_t* const* enterin
 // Sums of up to 16 bits and their quotients.
 class SmallSum {
  public:
+  // Implicit constructors do not get the instruction set, which GCC minds.
+  HWY_INLINE SmallSum() = default;
   HWY_INLINE void load(const WindowSums& sums, int at) {
     sum_ = hn::LoadU(Words(), sums.small + at);
   }
@@ -143,6 +145,7 @@ class SmallSum {
 template <bool kFused>
 class LargeSum {
  public:
+  HWY_INLINE LargeSum() = default;
   HWY_INLINE void load(const WindowSums& sums, int at) {
     low_ = hn::LoadU(Floats(), sums.large + at);
     high_ = hn::LoadU(Floats(), sums.large + at + kLanes / 2);

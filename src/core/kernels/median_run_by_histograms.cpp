@@ -165,6 +165,9 @@ void update_all_columns(const ColumnHistograms& all, int32_t y) {
 constexpr int32_t kBias = 32768;
 
 struct WindowCounts {
+  // Implicit constructors do not get the instruction set, which GCC minds.
+  HWY_INLINE WindowCounts() = default;
+
   hn::Vec<Counts> counts[16 / kLanes];
 
   HWY_INLINE void clear() {
