@@ -106,28 +106,22 @@ Mask grown(uint8_t* mask, Size size, uint16_t expand) {
   return shape;
 }
 
-// Mean colour of the fully covered pixels around each pixel of a row. Sums of columns follow the
-// row downwards, so that a pixel costs one step across the window only.
+// Mean colour of the fully covered pixels around a pixel. Sums of columns follow the rows downwards
+// where they are asked for, so that a pixel costs one step across the window only.
 class InnerColors {
  public:
   InnerColors(const uint8_t* photo, const uint8_t* covered, Size size)
       : photo_(photo), covered_(covered), size_(size), radius_(edge_kernel(size)) {
     columns_.resize(static_cast<size_t>(size.width));
-    for (int y = 0; y < std::min(radius_, size.height); ++y) add_row(y, 1);
   }
 
-  // Rows are asked for in order, from the first.
-  void go_to(int y) {
-    if (y + radius_ < size_.height) add_row(y + radius_, 1);
-    if (y > radius_) add_row(y - radius_ - 1, -1);
-  }
-
-  // Leaves the pixel alone when no covered one is near.
-  void color_at(int x, unsigned* pixel) const {
+  // Rows are asked for in order. Leaves the pixel alone when no covered one is near.
+  void color_at(int x, int y, unsigned* pixel) {
     Sums sums{};
     const int end = std::min(size_.width, x + radius_ + 1);
     for (int i = std::max(0, x - radius_); i < end; ++i) {
-      for (size_t c = 0; c < sums.size(); ++c) sums[c] += columns_[static_cast<size_t>(i)][c];
+      const Sums& column = column_at(i, y);
+      for (size_t c = 0; c < sums.size(); ++c) sums[c] += column[c];
     }
     if (sums[3] == 0) return;
     for (size_t c = 0; c < 3; ++c)
@@ -137,22 +131,34 @@ class InnerColors {
  private:
   using Sums = std::array<int32_t, 4>;  // three colours and the number of pixels
 
-  void add_row(int y, int32_t sign) {
-    const uint8_t* pixel = photo_ + ptrdiff_t{4} * y * size_.width;
-    const uint8_t* cover = covered_ + ptrdiff_t{y} * size_.width;
-    for (Sums& sums : columns_) {
-      const int32_t count = *cover++ == 255 ? sign : 0;
-      for (size_t c = 0; c < 3; ++c) sums[c] += count * pixel[c];
-      sums[3] += count;
-      pixel += 4;
-    }
+  struct Column {
+    Sums sums{};
+    int begin = 0;  // rows that the sums hold
+    int end = 0;
+  };
+
+  const Sums& column_at(int x, int y) {
+    Column& column = columns_[static_cast<size_t>(x)];
+    const int begin = std::max(0, y - radius_);
+    if (column.end <= begin) column = {{}, begin, begin};
+    for (; column.begin < begin; ++column.begin) add(column.sums, x, column.begin, -1);
+    const int end = std::min(size_.height, y + radius_ + 1);
+    for (; column.end < end; ++column.end) add(column.sums, x, column.end, 1);
+    return column.sums;
+  }
+
+  void add(Sums& sums, int x, int y, int32_t sign) const {
+    const ptrdiff_t at = ptrdiff_t{y} * size_.width + x;
+    if (covered_[at] != 255) return;
+    for (ptrdiff_t c = 0; c < 3; ++c) sums[static_cast<size_t>(c)] += sign * photo_[4 * at + c];
+    sums[3] += sign;
   }
 
   const uint8_t* photo_;
   const uint8_t* covered_;
   Size size_;
   int radius_;
-  std::vector<Sums> columns_;
+  std::vector<Column> columns_;
 };
 
 uint8_t mixed(unsigned inner, unsigned outer, unsigned share) {
@@ -164,17 +170,23 @@ void compose(uint8_t* dst, const uint8_t* photo, const uint8_t* covered, const u
              Size size, const std::array<uint8_t, 3>& color) {
   InnerColors inner(photo, covered, size);
   for (int y = 0; y < size.height; ++y) {
-    inner.go_to(y);
     for (int x = 0; x < size.width; ++x, dst += 4, photo += 4) {
       const unsigned share = *covered++;
       const unsigned alpha = std::max(share, unsigned{*border++});
+      if (share == 255) {
+        std::copy_n(photo, 4, dst);
+        continue;
+      }
       if (alpha == 0) {
         std::fill_n(dst, 4, uint8_t{0});  // nothing of the background stays
         continue;
       }
-      unsigned pixel[3] = {photo[0], photo[1], photo[2]};
-      if (share != 0 && share != 255) inner.color_at(x, pixel);
-      for (size_t c = 0; c < 3; ++c) dst[c] = mixed(pixel[c], color[c], share * 255 / alpha);
+      std::copy_n(color.begin(), 3, dst);
+      if (share != 0) {
+        unsigned pixel[3] = {photo[0], photo[1], photo[2]};
+        inner.color_at(x, y, pixel);
+        for (size_t c = 0; c < 3; ++c) dst[c] = mixed(pixel[c], color[c], share * 255 / alpha);
+      }
       dst[3] = static_cast<uint8_t>((alpha * photo[3] + 127) / 255);
     }
   }
