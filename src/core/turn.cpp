@@ -45,14 +45,16 @@ void turn_plane(Plane& dst, const Plane& src, Turn turn, int element_bytes) {
   const int64_t turned_width = turn == Turn::kHalf ? width : height;
   const int64_t turned_height = turn == Turn::kHalf ? height : width;
   if (dst.row_bytes != turned_width * element_bytes || dst.rows != turned_height) return;
+  const auto dst_pitch = static_cast<ptrdiff_t>(dst.pitch);
+  const auto src_pitch = static_cast<ptrdiff_t>(src.pitch);
   if (turn == Turn::kHalf) {
     for (int64_t y = 0; y < height; ++y) {
       reverse_row(dst.row(y), src.row(height - 1 - y), width, element_bytes);
     }
   } else if (turn == Turn::kClockwise) {
-    transpose(dst.data, dst.pitch, src.row(height - 1), -src.pitch, width, height, element_bytes);
+    transpose(dst.data, dst_pitch, src.row(height - 1), -src_pitch, width, height, element_bytes);
   } else {
-    transpose(dst.row(width - 1), -dst.pitch, src.data, src.pitch, width, height, element_bytes);
+    transpose(dst.row(width - 1), -dst_pitch, src.data, src_pitch, width, height, element_bytes);
   }
 }
 

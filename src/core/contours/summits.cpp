@@ -100,8 +100,7 @@ void Summits::bend(Flank& flank, int32_t column, int32_t y) {
     const size_t to = stretches_.size();
     if (to + 2 * size_t{flank.count} > std::numeric_limits<uint32_t>::max()) throw std::bad_alloc();
     stretches_.resize(to + 2 * size_t{flank.count});
-    std::copy_n(stretches_.begin() + flank.stretches, flank.count,
-                stretches_.begin() + static_cast<ptrdiff_t>(to));
+    std::copy_n(stretches_.data() + flank.stretches, flank.count, stretches_.data() + to);
     flank.stretches = static_cast<uint32_t>(to);
   }
   stretches_[flank.stretches + flank.count] = {column, y};

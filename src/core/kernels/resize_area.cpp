@@ -75,7 +75,7 @@ void across(const RowsAcross<float>& rows, const AreaColumns& columns) {
       }
     }
     HWY_UNROLL(2)
-    for (int row = 0; row < kRows; ++row) hn::StoreU(sums[row], d, to[row] + x);
+    for (size_t row = 0; row < kRows; ++row) hn::StoreU(sums[row], d, to[row] + x);
   }
 }
 

@@ -48,7 +48,7 @@ void across(const RowsAcross<float>& rows, const CubicColumns& columns) {
     const auto even_weights = hn::LoadU(d16, even_column + 8 * block);
     const auto odd_weights = hn::LoadU(d16, odd_column + 8 * block);
     HWY_UNROLL(2)
-    for (int row = 0; row < kRows; ++row) {
+    for (size_t row = 0; row < kRows; ++row) {
       const auto quads = hn::BitCast(du16, bytes[row]);
       const auto even = hn::BitCast(d16, hn::And(quads, low));
       const auto odd = hn::BitCast(d16, hn::ShiftRight<8>(quads));
@@ -80,7 +80,7 @@ void cubic_across(const RowsAcross<float>& rows, const CubicColumns& columns) {
 void cubic_down(uint8_t* dst, const CubicRows& rows, const CubicWeights& weights, int64_t in_floats,
                 int64_t count) {
   const Floats d;
-  const auto factor = [&](int i) {
+  const auto factor = [&](size_t i) {
     return hn::Set(d, static_cast<float>(weights[i]) * (1.0F / (1 << 22)));
   };
   const auto factor0 = factor(0);

@@ -44,7 +44,7 @@ void across(const RowsAcross<int16_t>& rows, const LinearColumns& columns) {
     gatherer.blocks(from.data(), block, bytes);
     const auto weight = hn::LoadU(d, weights + 8 * block);
     HWY_UNROLL(2)
-    for (int row = 0; row < kRows; ++row) {
+    for (size_t row = 0; row < kRows; ++row) {
       const auto pairs = hn::BitCast(du, bytes[row]);
       const auto near = hn::ShiftRight<1>(hn::ShiftLeft<8>(pairs));  // times 128
       const auto far = hn::ShiftLeft<7>(hn::ShiftRight<8>(pairs));
