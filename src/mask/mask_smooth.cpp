@@ -28,7 +28,17 @@ void enlarge(cv::Mat& dst, const cv::Mat& src) {
   imgproc::resize_plane(dst, src, imageprocess::InterpolationMethod::kLinear);
 }
 
+// In bands, whose rows are filtered while they are in the cache.
 void smooth_at_full_size(const cv::Mat& mask, cv::Mat& dst) {
+  constexpr int kReach = kFullSizeMedian / 2;
+  const auto filter = [&](const cv::Mat& rows, const cv::Range& band) {
+    cv::Mat filtered(rows.size(), CV_8UC1);
+    median(rows, filtered, kFullSizeMedian);
+    const int above = std::min(band.start, kReach);
+    cv::Mat to = dst.rowRange(band);
+    filtered.rowRange(above, above + band.size()).copyTo(to);
+  };
+  if (imgproc::for_each_enlarged_band(mask, dst, kReach, filter)) return;
   cv::Mat enlarged(dst.size(), CV_8UC1);
   enlarge(enlarged, mask);
   median(enlarged, dst, kFullSizeMedian);
@@ -64,7 +74,7 @@ uint32_t mask_smooth(const KelPixelRegion& mask, const KelPixelRegion& dst,
 
 uint32_t use_opencv(const KelPixelRegion& dst, const KelPixelRegion& mask, uint32_t ksize,
                     const KelPixelRegion& guide, uint32_t mode, uint32_t limit) {
-  const cv::Mat coarse = packed_mat(mask, CV_8UC1);
+  const cv::Mat coarse = source_mat(mask, dst, CV_8UC1);
   cv::Mat smooth = packed_mat(dst, CV_8UC1);
   if (limit >= static_cast<uint32_t>(std::max(dst.width, dst.height))) {
     if (sides_fit(dst.width, dst.height)) smooth_at_full_size(coarse, smooth);

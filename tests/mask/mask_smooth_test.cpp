@@ -87,6 +87,37 @@ TEST_F(MaskSmooth, EnlargementOfBlocks) {
   }
 }
 
+// The coarse mask may lie where the result goes.
+TEST_F(MaskSmooth, InPlace) {
+  const TestImage guide(QX_FMT_RGB24, 400, 300, 0, 0, 5);
+  for (const Kind kind : {Kind::Soft, Kind::Rings, Kind::Noise}) {
+    const TestImage mask = test::make_mask(kind, 150, 140);
+    for (const uint32_t limit : {300U, 1000U}) {
+      const cv::Mat expected = as_written::smooth_mask(as_written::block(mask), guide, 1, limit);
+      TestImage dst(QX_FMT_GRAY, 400, 300);
+      QX_OFFSCREEN coarse = mask.descriptor();
+      coarse.plane[0] = dst.row(0) + 7000;
+      std::copy_n(mask.row(0), 150 * 140, coarse.plane[0]);
+      ASSERT_EQ(mvk_make_mask_smooth(dst.get(), &coarse, guide.get(), 1, limit), MVK_OK);
+      ASSERT_EQ(cv::norm(as_written::block(dst), expected), 0.0) << mask << " limit " << limit;
+    }
+  }
+}
+
+// Wide enough for several bands, whose rows meet without a seam.
+TEST_F(MaskSmooth, BandsAtFullSize) {
+  const TestImage guide(QX_FMT_RGB24, 700, 901, 0, 0, 6);
+  for (const Kind kind : test::kKinds) {
+    const TestImage mask = test::make_mask(kind, 60, 70, 9);
+    const cv::Mat expected = as_written::smooth_mask(as_written::block(mask), guide, 0, 1000);
+    test::on_every_target([&] {
+      test::expect_result(expected, "bands", [&](const QX_OFFSCREEN* dst) {
+        return mvk_make_mask_smooth(dst, mask.get(), guide.get(), 0, 1000);
+      });
+    });
+  }
+}
+
 TEST_F(MaskSmooth, Samples) {
   for (const std::string name : {"collins", "collins_tilted", "hopper"}) {
     const TestImage mask = test::sample_mask(name + "_mask_256x256.png");

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <functional>
 #include <vector>
 
 #include "core/kernels/bits_of_row.h"
@@ -221,6 +222,27 @@ void enlarge(cv::Mat& dst, const BitMask& src) {
   cv::Mat bytes(src.height(), src.width(), CV_8UC1);
   src.write(bytes);
   scale_as_a_whole(dst, bytes);
+}
+
+bool for_each_enlarged_band(const cv::Mat& src, const cv::Mat& dst, int32_t halo,
+                            const std::function<void(const cv::Mat&, const cv::Range&)>& visit) {
+  constexpr int32_t kRows = 128;  // of a band: some vectors of bytes in the cache
+  const BytesSource source(src);
+  if (!can_follow_edges(dst.size(), source)) return false;
+  const MaskColumns columns(src.cols, dst.cols);
+  const Axis down(src.rows, dst.rows);
+  for_each_band(dst, kRows, [&](const cv::Range& share) {
+    Rows rows(source, columns, down);
+    cv::Mat enlarged(kRows + 2 * halo, dst.cols, CV_8UC1);
+    for (int32_t first = share.start; first < share.end; first += kRows) {
+      const cv::Range band(first, std::min(first + kRows, share.end));
+      const int32_t top = std::max(band.start - halo, 0);
+      const int32_t end = std::min(band.end + halo, dst.rows);
+      for (int32_t y = top; y < end; ++y) rows.make(enlarged.ptr(y - top), y);
+      visit(enlarged.rowRange(0, end - top), band);
+    }
+  });
+  return true;
 }
 
 BitMask enlarged_above(const cv::Mat& src, cv::Size size, uint8_t level) {
