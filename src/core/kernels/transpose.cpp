@@ -216,7 +216,13 @@ class Tiles {
  private:
   static constexpr int64_t kColumns = 512 / B::kBytes / 16 * 16;
   static constexpr int64_t kRows = (B::kBytes == 1 ? 512 : 1024) / B::kBytes / B::kRows * B::kRows;
-  static constexpr int64_t kGroup = HWY_MAX(8, B::kColumns);  // rows of dst at a time
+
+  // Rows of dst at a time. Of bytes that are in the second cache anyway, whole lines of src are
+  // better taken at once.
+  HWY_INLINE int64_t group() const {
+    const bool is_small = B::kBytes == 1 && width_ * height_ <= 400 << 10;
+    return is_small ? kColumns : HWY_MAX(8, B::kColumns);
+  }
 
   HWY_INLINE LinesToCome lines_after(int64_t left, int64_t top) const {
     const bool is_last = left + kColumns >= width_;
@@ -230,8 +236,8 @@ class Tiles {
   HWY_INLINE void transpose_tile(int64_t left, int64_t top) const {
     LinesToCome lines = lines_after(left, top);
     const int64_t right = HWY_MIN(left + kColumns, width_);
-    for (int64_t x = left; x < right; x += kGroup) {
-      transpose_group(x, HWY_MIN(x + kGroup, right), top, lines);
+    for (int64_t x = left; x < right; x += group()) {
+      transpose_group(x, HWY_MIN(x + group(), right), top, lines);
     }
   }
 
@@ -253,7 +259,7 @@ class Tiles {
   }
 
   HWY_INLINE void prefetch_group(int64_t first, int64_t y) const {
-    const int64_t end = HWY_MIN(first + kGroup, width_);
+    const int64_t end = HWY_MIN(first + group(), width_);
     for (int64_t x = first; x < end; ++x) {
       hwy::Prefetch(dst_ + x * dst_stride_ + y * B::kBytes);
     }
