@@ -187,9 +187,14 @@ bool is_mostly_flat(Source src) {
 }
 
 template <typename Source>
-bool can_follow_edges(cv::Size size, const Source& src) {
+bool is_enlarged(cv::Size size, const Source& src) {
   return src.width() >= ByteGather::kBlock && size.width > src.width() &&
-         size.height > src.height() && is_mostly_flat(src);
+         size.height > src.height();
+}
+
+template <typename Source>
+bool can_follow_edges(cv::Size size, const Source& src) {
+  return is_enlarged(size, src) && is_mostly_flat(src);
 }
 
 template <typename Source>
@@ -228,7 +233,7 @@ bool for_each_enlarged_band(const cv::Mat& src, const cv::Mat& dst, int32_t halo
                             const std::function<void(const cv::Mat&, const cv::Range&)>& visit) {
   constexpr int32_t kRows = 128;  // of a band: some vectors of bytes in the cache
   const BytesSource source(src);
-  if (!can_follow_edges(dst.size(), source)) return false;
+  if (!is_enlarged(dst.size(), source)) return false;
   const MaskColumns columns(src.cols, dst.cols);
   const Axis down(src.rows, dst.rows);
   for_each_band(dst, kRows, [&](const cv::Range& share) {

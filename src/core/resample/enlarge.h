@@ -18,7 +18,7 @@ BitMask enlarged_above(const cv::Mat& src, cv::Size size, uint8_t level);
 
 // Calls visit(rows, band) for the bands of rows of a mask, CV_8UC1, scaled to the size of dst, on
 // OpenCV's threads: `rows` are those of the band and, where there are so many, `halo` above and
-// below it. Returns false, and calls nothing, if the mask is better scaled as a whole.
+// below it. Returns false, and calls nothing, unless the mask has 16 columns and both sides grow.
 bool for_each_enlarged_band(const cv::Mat& src, const cv::Mat& dst, int32_t halo,
                             const std::function<void(const cv::Mat&, const cv::Range&)>& visit);
 
