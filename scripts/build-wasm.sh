@@ -27,7 +27,10 @@ command -v npm >/dev/null || install_packages npm # part of other packages of no
 build_zlib() {
   mkdir -p "$out/zlib" "$prefix/lib" "$prefix/include"
   (cd "$out/zlib" && emcc -O2 $sections -DHAVE_UNISTD_H -c "$sources"/zlib/*.c &&
-    emar rcs "$prefix/lib/libz.a" ./*.o) >"$out/log/zlib" 2>&1
+    emar rcs "$prefix/lib/libz.a" ./*.o) >"$out/log/zlib" 2>&1 || {
+    tail -n 40 "$out/log/zlib" >&2
+    exit 1
+  }
   cp "$sources"/zlib/z{lib,conf}.h "$prefix/include"
 }
 

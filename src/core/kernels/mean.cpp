@@ -119,7 +119,7 @@ class SmallSum {
     explicit HWY_INLINE Divisor(int32_t ksize) {
       const Words d;
       const auto area = static_cast<uint32_t>(ksize * ksize);
-      const int bits = std::bit_width(area) - 1;
+      const auto bits = std::bit_width(area) - 1;
       half_ = hn::Set(d, static_cast<uint16_t>(area / 2));
       factor_ = hn::Set(d, static_cast<uint16_t>((65536U << bits) / area + 1));
       shift_ = hn::Set(d, static_cast<uint16_t>(65536U >> bits));
