@@ -56,6 +56,7 @@ void smooth_snapped(const BitMask& mask, const cv::Mat& photo, cv::Mat& dst, int
 }
 
 void smooth_binary(const BitMask& mask, cv::Mat& dst, int32_t ksize) {
+  if (ksize == 1) return imgproc::enlarge(dst, mask);
   if (ksize <= kLargestMajorityWindow) return imgproc::enlarge(dst, majority(mask, ksize));
   cv::Mat work(mask.height(), mask.width(), CV_8UC1);
   mask.write(work);
