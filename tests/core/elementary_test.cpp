@@ -22,4 +22,13 @@ TEST(Elementary, ExpOfNegative) {
   }
 }
 
+// Next to the middle between two floats, where double precision does not decide.
+TEST(Elementary, ExpThatIsHardToRound) {
+  for (const double x : {-0x1p-25, -0x1.fffffffffffffp-26, -0x1.7f811f4051423p-16,
+                         -0x1.c5bc90982d2acp-13, -0x1.8fa2fb4e03c3ap-11}) {
+    EXPECT_EQ(kel::exp_of_negative(x), static_cast<float>(std::exp(static_cast<long double>(x))))
+        << x;
+  }
+}
+
 }  // namespace

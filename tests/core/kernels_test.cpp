@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "core/kernels/bilateral.h"
 #include "core/kernels/count_row.h"
 #include "core/kernels/decide_row.h"
 #include "core/kernels/enlarge_row.h"
@@ -431,6 +432,65 @@ TEST(Kernels, MeansThatSinglePrecisionMisses) {
     }
   }
   EXPECT_GT(missed, 10);
+}
+
+// Small differences, whose weights fit in registers, and any; the last block is not full.
+TEST(Kernels, Bilateral) {
+  constexpr int kPitch = 128;
+  constexpr int kRows = 5;
+  test::Random random(14);
+  const auto weight = [&] { return static_cast<float>(random.range(1, 1000)) / 1000.0F; };
+  for (const uint8_t most : Bytes{20, 45, 255}) {
+    Bytes planes(size_t{3} * kRows * kPitch);
+    for (uint8_t& byte : planes) byte = static_cast<uint8_t>(random.range(0, most));
+    const uint8_t* const middle = planes.data() + 2 * kPitch + 2;
+    std::vector<int32_t> offsets;
+    std::vector<int32_t> ends;
+    std::vector<float> places;
+    std::vector<float> colours(size_t{3} * 256);
+    for (float& colour : colours) colour = kWeightScale * weight();
+    for (int y = -2; y <= 2; ++y) {
+      for (int x = -2; x <= 2; ++x) {
+        offsets.push_back(y * kPitch + x);
+        places.push_back(weight());
+      }
+      ends.push_back(static_cast<int32_t>(offsets.size()));
+    }
+    const BilateralTaps taps{offsets.data(), places.data(),  ends.data(), kRows,
+                             colours.data(), kRows * kPitch, false};
+    const Bytes least(size_t{8} * kRows, 0);
+    const Bytes greatest(size_t{8} * kRows, most);
+    const BilateralRanges ranges{least.data(), greatest.data(), 8, greatest.data()};
+    for (const int channels : {1, 3}) {
+      for (const BilateralOrder order : {BilateralOrder::kInTurn, BilateralOrder::kByFours}) {
+        Bytes expected(size_t{3} * kVector);
+        bilateral_plain(expected.data(), middle, 39, channels, order, taps);
+        test::on_every_target([&] {
+          Bytes result(size_t{3} * kVector);
+          bilateral(result.data(), middle, 39, channels, order, taps, ranges);
+          EXPECT_EQ(result, expected) << channels << " channels, differences up to " << int{most};
+        });
+      }
+    }
+  }
+}
+
+TEST(Kernels, FindRanges) {
+  test::Random random(15);
+  for (const int width : {1, 2, 5, 8, 19}) {
+    const int cells = random.range(1, 70);
+    const Bytes row = mask_bytes(random, kCell * (cells + width) + kRangeSlack);
+    const auto find = [&](auto function) {
+      Bytes both(static_cast<size_t>(2 * (cells + width + kRangeSlack)));
+      uint8_t* const greatest = both.data() + both.size() / 2;
+      function(CellRanges{both.data(), greatest, row.data(), cells, width});
+      Bytes found(both.data(), both.data() + cells);
+      found.insert(found.end(), greatest, greatest + cells);
+      return found;
+    };
+    const Bytes expected = find(find_ranges_plain);
+    test::on_every_target([&] { EXPECT_EQ(find(find_ranges), expected) << width; });
+  }
 }
 
 }  // namespace
