@@ -1,7 +1,6 @@
 // Angles, sines and cosines whose last bits depend neither on the C library nor on the processor.
-// They are those of glibc 2.36 on x86-64 with fused operations, equal on 10^9 arguments, and at
-// most 0.56 units of the last place off: a correctly rounded function gives another bit for one
-// argument in thousands.
+// They are those of glibc 2.36 on x86-64 with fused operations and at most 0.56 units of the last
+// place off: a correctly rounded function gives another bit for one argument in thousands.
 #pragma once
 
 namespace kel {
