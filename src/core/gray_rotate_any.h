@@ -6,8 +6,8 @@
 
 namespace kel::imageprocess {
 
-// Turns src by any angle in degrees, clockwise, about centre (source pixels), nearest neighbour by truncation,
-// 0 outside the source. The middle of dst lies on the middle of src.
+// Turns src clockwise by any angle in degrees about centre (source pixels), nearest neighbour by
+// truncation, 0 outside the source. The middle of dst lies on the middle of src.
 void gray_rotate_any(PixelRegion_<QX_FMT_GRAY>& dst, const PixelRegion_<QX_FMT_GRAY>& src,
                      Point2D_<float> centre, float angle);
 

@@ -9,8 +9,8 @@
 #include "core/elementary.h"
 #include "core/kernels/bilateral.h"
 #include "core/mirrored.h"
-#include "mask/mirrored_row.h"
 #include "core/row_bands.h"
+#include "mask/mirrored_row.h"
 
 namespace kel::mask {
 namespace {

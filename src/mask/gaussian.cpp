@@ -9,9 +9,9 @@
 #include "core/kernels/gaussian.h"
 #include "core/kernels/gaussian_small.h"
 #include "core/mirrored.h"
+#include "core/row_bands.h"
 #include "mask/flat_cells.h"
 #include "mask/mirrored_row.h"
-#include "core/row_bands.h"
 
 namespace kel::mask {
 namespace {

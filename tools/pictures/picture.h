@@ -20,8 +20,8 @@ std::string format_name(uint32_t code);
 uint32_t find_format(std::string_view name);  // 0 for an unknown name
 int planes_of(uint32_t code);
 
-// Larger pictures are refused before memory is taken: OpenCV's warp, for turns by any angle, ends at
-// 32766 a side, and 100 million pixels keep a run within about a gigabyte.
+// Larger pictures are refused before memory is taken: OpenCV's warp, for turns by any angle, ends
+// at 32766 a side, and 100 million pixels keep a run within about a gigabyte.
 inline constexpr int kMaxSide = 32766;
 inline constexpr int64_t kMaxPixels = 100'000'000;
 
