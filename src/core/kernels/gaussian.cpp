@@ -10,6 +10,8 @@
 // After foreach_target.h
 #include <hwy/highway.h>
 
+#include "core/kernels/gaussian-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace kel::imageprocess::HWY_NAMESPACE {
 
@@ -26,14 +28,6 @@ void gaussian_across_rows(uint8_t* const* results, const int16_t* const* rows, i
 }
 
 #else
-
-namespace hn = hwy::HWY_NAMESPACE;
-
-using Words = hn::CappedTag<uint16_t, 32>;
-using SignedWords = hn::RebindToSigned<Words>;
-using Sums = hn::RepartitionToWide<SignedWords>;
-using Bytes = hn::Rebind<uint8_t, Words>;
-constexpr auto kLanes = static_cast<int64_t>(hn::MaxLanes(Words()));
 
 HWY_INLINE hn::Vec<Words> load_words(const uint16_t* from) { return hn::LoadU(Words(), from); }
 HWY_INLINE hn::Vec<Words> load_words(const uint8_t* from) {
@@ -86,22 +80,6 @@ void gaussian_along_row(int16_t* sums, const uint8_t* row, int64_t count, int st
       sum_along(sums + left + x, words + reach + x, step, taps);
     }
   }
-}
-
-// sum + a[2i] * b[2i] + a[2i + 1] * b[2i + 1]
-HWY_INLINE hn::Vec<Sums> add_products(hn::Vec<Sums> sum, hn::Vec<SignedWords> a,
-                                      hn::Vec<SignedWords> b) {
-  const Sums d;
-#if HWY_ARCH_X86
-  auto unused = sum;
-  return hn::ReorderWidenMulAccumulate(d, a, b, sum, unused);
-#else
-  const auto even = [&](auto v) {
-    return hn::ShiftRight<16>(hn::ShiftLeft<16>(hn::BitCast(d, v)));
-  };
-  const auto odd = [&](auto v) { return hn::ShiftRight<16>(hn::BitCast(d, v)); };
-  return hn::Add(hn::Add(sum, hn::Mul(even(a), even(b))), hn::Mul(odd(a), odd(b)));
-#endif
 }
 
 // Two rows of sums, woven into pairs, are multiplied with two taps at once. Which two differs

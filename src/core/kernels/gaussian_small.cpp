@@ -12,6 +12,8 @@
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
+#include "core/kernels/gaussian-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace kel::imageprocess::HWY_NAMESPACE {
 
@@ -20,14 +22,6 @@ namespace kel::imageprocess::HWY_NAMESPACE {
 void gaussian_small(const SmallGaussian& job) { gaussian_small_plain(job); }
 
 #else
-
-namespace hn = hwy::HWY_NAMESPACE;
-
-using Words = hn::CappedTag<uint16_t, 32>;
-using SignedWords = hn::RebindToSigned<Words>;
-using Sums = hn::RepartitionToWide<SignedWords>;
-using Bytes = hn::Rebind<uint8_t, Words>;
-constexpr auto kLanes = static_cast<int64_t>(hn::MaxLanes(Words()));
 
 // Taps over their common divisor, a power of two: they add up to 1 << bits.
 struct ReducedTaps {
@@ -118,22 +112,6 @@ class ColumnSummer {
   hn::Vec<Words> offset_;
   hn::Vec<Words> taps_[kRadius + 1];
 };
-
-// sum + a[2i] * b[2i] + a[2i + 1] * b[2i + 1]
-HWY_INLINE hn::Vec<Sums> add_products(hn::Vec<Sums> sum, hn::Vec<SignedWords> a,
-                                      hn::Vec<SignedWords> b) {
-  const Sums d;
-#if HWY_ARCH_X86
-  auto unused = sum;
-  return hn::ReorderWidenMulAccumulate(d, a, b, sum, unused);
-#else
-  const auto even = [&](auto v) HWY_ATTR {
-    return hn::ShiftRight<16>(hn::ShiftLeft<16>(hn::BitCast(d, v)));
-  };
-  const auto odd = [&](auto v) HWY_ATTR { return hn::ShiftRight<16>(hn::BitCast(d, v)); };
-  return hn::Add(hn::Add(sum, hn::Mul(even(a), even(b))), hn::Mul(odd(a), odd(b)));
-#endif
-}
 
 template <int kRadius>
 class ShortSums {
