@@ -16,4 +16,12 @@ inline void binarise(const cv::Mat& src, cv::Mat& dst, double level) {
   }
 }
 
+// Whether every pixel of a row of a CV_8UC1 matrix is 0 or 255.
+inline bool is_binary_row(const cv::Mat& image, int32_t y) {
+  uint8_t between = 0;
+  const uint8_t* row = image.ptr(y);
+  for (int32_t x = 0; x < image.cols; ++x) between |= static_cast<uint8_t>((row[x] + 1) & 0xFE);
+  return between == 0;
+}
+
 }  // namespace kel::mask

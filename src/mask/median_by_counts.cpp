@@ -2,29 +2,26 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <vector>
 
 #include "core/kernels/count_row.h"
 #include "core/kernels/decide_row.h"
-#include "core/kernels/median_run_by_histograms.h"
+#include "mask/binarise.h"
+#include "mask/open_medians.h"
 
 namespace kel::mask {
 namespace {
 
-using imageprocess::ColumnHistograms;
 using imageprocess::RowDecision;
 
 constexpr int32_t kVector = 64;  // longest vector in bytes
-constexpr int32_t kBlock = 512;  // columns processed at a time, for the cache
+constexpr int32_t kBlock = OpenMedians::kBlock;
 
-// Whether every pixel is 0 or 255.
 bool is_binary(const cv::Mat& image) {
-  uint8_t between = 0;
-  for (int32_t y = 0; y < image.rows && between == 0; ++y) {
-    const uint8_t* row = image.ptr(y);
-    for (int32_t x = 0; x < image.cols; ++x) between |= static_cast<uint8_t>((row[x] + 1) & 0xFE);
-  }
-  return between == 0;
+  int32_t y = 0;
+  while (y < image.rows && is_binary_row(image, y)) ++y;
+  return y == image.rows;
 }
 
 class CountedMedian {
@@ -43,9 +40,7 @@ class CountedMedian {
     if (binary_) return;
     zero_rows_.resize(full_rows_.size());
     zero_sums_.resize(pitch_);
-    centres_.resize(reach);
-    groups_.resize(16 * reach);
-    values_.resize(16 * groups_.size());
+    medians_.emplace(src, ksize);
   }
 
   // The block of columns that starts at left.
@@ -57,7 +52,7 @@ class CountedMedian {
       const int32_t entering = std::min(y + radius_, src_.rows - 1);
       if (y > 0 && y + radius_ < src_.rows) count(entering);
       decide(entering, std::max(y - radius_ - 1, 0));
-      if (!binary_) select(y);
+      if (medians_) medians_->select(open_.data(), y, result_.data());
       std::memcpy(dst_.ptr(y, left_), result_.data(), static_cast<size_t>(width_));
     }
   }
@@ -67,7 +62,7 @@ class CountedMedian {
   void start() {
     std::fill(full_sums_.begin(), full_sums_.end(), uint16_t{0});
     std::fill(zero_sums_.begin(), zero_sums_.end(), uint16_t{0});
-    std::fill(centres_.begin(), centres_.end(), ColumnHistograms::kNever);
+    if (medians_) medians_->start(left_, width_);
     for (int32_t y = 0; y <= std::min(radius_, src_.rows - 1); ++y) count(y);
     for (int32_t y = -radius_ - 1; y < radius_; ++y) add_row(std::clamp(y, 0, src_.rows - 1));
   }
@@ -117,34 +112,6 @@ class CountedMedian {
     imageprocess::decide_row(job);
   }
 
-  // The open pixels of row y, in runs, which include gaps that are cheaper to slide across.
-  void select(int32_t y) {
-    const imageprocess::Channel channel{src_.data, static_cast<ptrdiff_t>(src_.step[0]), src_.cols,
-                                        src_.rows, 1};
-    const ColumnHistograms all{channel,         radius_,         width_ + 2 * radius_,
-                               left_ - radius_, centres_.data(), groups_.data(),
-                               values_.data()};
-    int32_t first = find_open(0);
-    while (first < width_) {
-      int32_t last = first;
-      int32_t next = find_open(last + 1);
-      while (next < width_ && next - last <= radius_) {
-        last = next;
-        next = find_open(last + 1);
-      }
-      imageprocess::median_run_by_histograms(all, open_.data(), first, last, y, result_.data());
-      first = next;
-    }
-  }
-
-  // First open pixel from x on, or the block's width.
-  int32_t find_open(int32_t x) const {
-    if (x < width_ && open_[static_cast<size_t>(x)] != 0) return x;
-    const void* found = std::memchr(open_.data() + x, 255, static_cast<size_t>(width_ - x));
-    if (found == nullptr) return width_;
-    return static_cast<int32_t>(static_cast<const uint8_t*>(found) - open_.data());
-  }
-
   const cv::Mat& src_;
   cv::Mat& dst_;
   const int32_t ksize_;
@@ -161,9 +128,7 @@ class CountedMedian {
   std::vector<uint16_t> zero_sums_;
   std::vector<uint8_t> result_;
   std::vector<uint8_t> open_;
-  std::vector<int32_t> centres_;
-  std::vector<int16_t> groups_;
-  std::vector<int16_t> values_;
+  std::optional<OpenMedians> medians_;
 };
 
 }  // namespace

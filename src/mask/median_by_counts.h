@@ -4,10 +4,7 @@
 // slide: along the row as sums over runs of doubled length, from row to row by adding the row that
 // enters and subtracting the one that leaves.
 //
-// Pixels without a majority, those on soft edges, get their median from histograms of columns as in
-// Perreault and Hebert, "Median filtering in constant time" (2007), with two changes: a column is
-// brought up to date only when a window needs it, and the histograms are cumulative, so that a
-// pixel is added by one vector of 16 counts, and a value found by comparing 16 counts at once.
+// Pixels without a majority, those on soft edges, get theirs from histograms (open_medians.h).
 #pragma once
 
 #include <cstdint>

@@ -5,9 +5,11 @@
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
+#include "core/contours/bit_mask.h"
 #include "core/kernels/bits_of_row.h"
 #include "core/kernels/spread_bits.h"
 #include "core/row_bands.h"
+#include "mask/binarise.h"
 
 namespace kel::mask {
 namespace {
@@ -48,7 +50,7 @@ class BitRows {
         ellipse_(ellipse),
         side_(static_cast<int32_t>(ellipse.run_of_row.size())),
         flipped_(dilate ? 0 : ~uint64_t{0}),
-        words_((src.cols + 63) / 64),
+        words_(BitMask::words_of(src.cols)),
         pitch_(words_ + kBitsBefore + kBitsBehind),
         row_(static_cast<size_t>(pitch_)),
         any_(row_.size()),
@@ -62,7 +64,7 @@ class BitRows {
     imageprocess::bits_above(any_.data(), src_.ptr(y), src_.cols, 0);
     if (!std::equal(bits, bits + words_, any_.data())) return false;
     for (int64_t i = 0; i < words_; ++i) bits[i] ^= flipped_;
-    bits[words_ - 1] &= ~uint64_t{0} >> (63 - (src_.cols - 1) % 64);
+    bits[words_ - 1] &= BitMask::last_word_of(src_.cols);
     std::vector<uint64_t*>& to = targets_;
     to.clear();
     for (size_t i = 0; i < ellipse_.runs.size(); ++i) to.push_back(kept(y, i));
@@ -104,13 +106,6 @@ class BitRows {
   std::vector<uint64_t*> targets_;
   std::vector<const uint64_t*> sources_;
 };
-
-bool is_binary_row(const cv::Mat& src, int32_t y) {
-  uint8_t between = 0;
-  const uint8_t* row = src.ptr(y);
-  for (int32_t x = 0; x < src.cols; ++x) between |= static_cast<uint8_t>((row[x] + 1) & 0xFE);
-  return between == 0;
-}
 
 }  // namespace
 

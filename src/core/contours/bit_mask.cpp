@@ -6,7 +6,7 @@ namespace kel {
 
 BitMask::BitMask(const imageprocess::Plane& gray, uint8_t level)
     : BitMask(static_cast<int>(gray.row_bytes), static_cast<int>(gray.rows),
-              words_of(static_cast<int>(gray.row_bytes))) {
+              words_of(gray.row_bytes)) {
   for (int y = 0; y < height_; ++y) imageprocess::bits_above(row(y), gray.row(y), width_, level);
 }
 

@@ -6,31 +6,13 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <opencv2/core/mat.hpp>
-#include <utility>
 #include <vector>
 
 #include "core/pixel_region.h"
+#include "core/uninitialised.h"
 
 namespace kel {
-
-// Memory that is written before it is read need not be zero.
-template <typename T>
-struct Uninitialised : std::allocator<T> {
-  template <typename U>
-  struct rebind {
-    using other = Uninitialised<U>;
-  };
-  template <typename U>
-  void construct(U* place) {
-    ::new (static_cast<void*>(place)) U;
-  }
-  template <typename U, typename... Values>
-  void construct(U* place, Values&&... values) {
-    ::new (static_cast<void*>(place)) U(std::forward<Values>(values)...);
-  }
-};
 
 class BitMask {
  public:
@@ -48,10 +30,16 @@ class BitMask {
 
   int width() const { return width_; }
   int height() const { return height_; }
+  // Words in a row of so many pixels.
+  static int64_t words_of(int64_t width) { return (width + kBits - 1) / kBits; }
+  // The bits of the last word of such a row that stand for pixels.
+  static uint64_t last_word_of(int64_t width) {
+    return ~uint64_t{0} >> (kBits - 1 - (width - 1) % kBits);
+  }
+
   // Words in a row; the bits behind the last pixel are 0.
   int64_t row_words() const { return row_words_; }
-  // The bits of the last word of a row that stand for pixels.
-  uint64_t last_word() const { return ~uint64_t{0} >> (kBits - 1 - (width_ - 1) % kBits); }
+  uint64_t last_word() const { return last_word_of(width_); }
   uint64_t* row(int y) { return words_.data() + y * row_words_; }
   const uint64_t* row(int y) const { return words_.data() + y * row_words_; }
 
@@ -72,7 +60,6 @@ class BitMask {
   int64_t find_other(int y, int64_t begin, int64_t end, uint64_t value) const;
 
  private:
-  static int64_t words_of(int width) { return (int64_t{width} + kBits - 1) / kBits; }
   // Not yet written.
   BitMask(int width, int height, int64_t row_words)
       : width_(width),

@@ -20,9 +20,9 @@ namespace {
 using Words = std::vector<uint64_t>;
 
 constexpr int64_t kChunk = EnlargedColumns::kChunk;
-constexpr int64_t kBits = 64;  // of a word
+constexpr int64_t kBits = BitMask::kBits;
 
-size_t words_of(int64_t bits) { return static_cast<size_t>((bits + kBits - 1) / kBits); }
+size_t words_of(int64_t bits) { return static_cast<size_t>(BitMask::words_of(bits)); }
 
 struct MaskColumns {
   EnlargedColumns all;
