@@ -4,6 +4,7 @@
 #include <array>
 
 #include "outlines.h"
+#include "sticker_colors.h"
 #include "sticker_shape.h"
 
 namespace tool {
@@ -40,62 +41,6 @@ void fill(Picture& shape, Outline outline, Session& session) {
   }
 }
 
-// Mean colour of the fully covered pixels around each pixel of a row. Sums of columns follow the
-// row downwards, so that a pixel costs one step across the window only.
-class InnerColors {
- public:
-  InnerColors(const Picture& photo, const Picture& covered, int radius)
-      : photo_(photo), covered_(covered), radius_(radius) {
-    for (Sums& sums : columns_) sums.resize(static_cast<size_t>(photo.width()));
-    for (int y = 0; y < std::min(radius, photo.height()); ++y) add_row(y, 1);
-  }
-
-  // Rows are asked for in order, from the first.
-  void go_to(int y) {
-    if (y + radius_ < photo_.height()) add_row(y + radius_, 1);
-    if (y > radius_) add_row(y - radius_ - 1, -1);
-  }
-
-  // False when no covered pixel is near.
-  bool color_at(int x, uint8_t* pixel) const {
-    std::array<int32_t, 4> sums{};
-    const auto begin = static_cast<size_t>(std::max(0, x - radius_));
-    const auto end = static_cast<size_t>(std::min(photo_.width(), x + radius_ + 1));
-    for (size_t c = 0; c < sums.size(); ++c) {
-      for (size_t i = begin; i < end; ++i) sums[c] += columns_[c][i];
-    }
-    if (sums[3] == 0) return false;
-    for (size_t c = 0; c < 3; ++c) {
-      pixel[c] = static_cast<uint8_t>((sums[c] + sums[3] / 2) / sums[3]);
-    }
-    return true;
-  }
-
- private:
-  using Sums = std::vector<int32_t>;
-
-  void add_row(int y, int32_t sign) {
-    const uint8_t* pixel = photo_.row(y);
-    const uint8_t* cover = covered_.row(y);
-    for (size_t x = 0; x < columns_[3].size(); ++x, pixel += 3) {
-      const int32_t count = cover[x] == 255 ? sign : 0;
-      columns_[0][x] += count * pixel[0];
-      columns_[1][x] += count * pixel[1];
-      columns_[2][x] += count * pixel[2];
-      columns_[3][x] += count;
-    }
-  }
-
-  const Picture& photo_;
-  const Picture& covered_;
-  int radius_;
-  std::array<Sums, 4> columns_;  // blue, green, red and the number of pixels
-};
-
-uint8_t mixed(unsigned inner, unsigned outer, unsigned share) {
-  return static_cast<uint8_t>((inner * share + outer * (255 - share) + 127) / 255);
-}
-
 }  // namespace
 
 bool is_soft(const Picture& mask) {
@@ -123,9 +68,9 @@ Picture grown(const Picture& mask, uint16_t expand, Session& session) {
 Picture composed(const Picture& photo, const Picture& covered, const Picture& border, Color color) {
   const unsigned outer[3] = {color.blue, color.green, color.red};
   Picture sticker(QX_FMT_ARGB, photo.size());
-  InnerColors inner(photo, covered, edge_kernel(photo.size()));
+  InnerColors inner(photo.row(0), 3, covered.row(0), photo.width(), photo.height(),
+                    edge_kernel(photo.size()));
   for (int y = 0; y < photo.height(); ++y) {
-    inner.go_to(y);
     const uint8_t* from = photo.row(y);
     const uint8_t* cover = covered.row(y);
     const uint8_t* edge = border.row(y);
@@ -134,9 +79,9 @@ Picture composed(const Picture& photo, const Picture& covered, const Picture& bo
       const unsigned share = cover[x];
       const unsigned alpha = std::max(cover[x], edge[x]);
       if (alpha == 0) continue;  // nothing of the background stays in the file
-      uint8_t pixel[3] = {from[0], from[1], from[2]};
-      if (share != 0 && share != 255) inner.color_at(x, pixel);
-      for (int c = 0; c < 3; ++c) to[c] = mixed(pixel[c], outer[c], share * 255 / alpha);
+      std::array<uint8_t, 3> pixel{from[0], from[1], from[2]};
+      if (share != 0 && share != 255) pixel = inner.color_at(x, y);
+      for (size_t c = 0; c < 3; ++c) to[c] = mixed(pixel[c], outer[c], share * 255 / alpha);
       to[3] = static_cast<uint8_t>(alpha);
     }
   }

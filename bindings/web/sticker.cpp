@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "morvik/morvik.h"
+#include "tools/sticker_colors.h"
 #include "tools/sticker_shape.h"
 
 namespace {
@@ -106,69 +107,10 @@ Mask grown(uint8_t* mask, Size size, uint16_t expand) {
   return shape;
 }
 
-// Mean colour of the fully covered pixels around a pixel. Sums of columns follow the rows downwards
-// where they are asked for, so that a pixel costs one step across the window only.
-class InnerColors {
- public:
-  InnerColors(const uint8_t* photo, const uint8_t* covered, Size size)
-      : photo_(photo), covered_(covered), size_(size), radius_(edge_kernel(size)) {
-    columns_.resize(static_cast<size_t>(size.width));
-  }
-
-  // Rows are asked for in order. Leaves the pixel alone when no covered one is near.
-  void color_at(int x, int y, unsigned* pixel) {
-    Sums sums{};
-    const int end = std::min(size_.width, x + radius_ + 1);
-    for (int i = std::max(0, x - radius_); i < end; ++i) {
-      const Sums& column = column_at(i, y);
-      for (size_t c = 0; c < sums.size(); ++c) sums[c] += column[c];
-    }
-    if (sums[3] == 0) return;
-    for (size_t c = 0; c < 3; ++c)
-      pixel[c] = static_cast<unsigned>((sums[c] + sums[3] / 2) / sums[3]);
-  }
-
- private:
-  using Sums = std::array<int32_t, 4>;  // three colours and the number of pixels
-
-  struct Column {
-    Sums sums{};
-    int begin = 0;  // rows that the sums hold
-    int end = 0;
-  };
-
-  const Sums& column_at(int x, int y) {
-    Column& column = columns_[static_cast<size_t>(x)];
-    const int begin = std::max(0, y - radius_);
-    if (column.end <= begin) column = {{}, begin, begin};
-    for (; column.begin < begin; ++column.begin) add(column.sums, x, column.begin, -1);
-    const int end = std::min(size_.height, y + radius_ + 1);
-    for (; column.end < end; ++column.end) add(column.sums, x, column.end, 1);
-    return column.sums;
-  }
-
-  void add(Sums& sums, int x, int y, int32_t sign) const {
-    const ptrdiff_t at = ptrdiff_t{y} * size_.width + x;
-    if (covered_[at] != 255) return;
-    for (ptrdiff_t c = 0; c < 3; ++c) sums[static_cast<size_t>(c)] += sign * photo_[4 * at + c];
-    sums[3] += sign;
-  }
-
-  const uint8_t* photo_;
-  const uint8_t* covered_;
-  Size size_;
-  int radius_;
-  std::vector<Column> columns_;
-};
-
-uint8_t mixed(unsigned inner, unsigned outer, unsigned share) {
-  return static_cast<uint8_t>((inner * share + outer * (255 - share) + 127) / 255);
-}
-
 // Photograph where it is covered, colour around it, nothing beyond.
 void compose(uint8_t* dst, const uint8_t* photo, const uint8_t* covered, const uint8_t* border,
              Size size, const std::array<uint8_t, 3>& color) {
-  InnerColors inner(photo, covered, size);
+  tool::InnerColors inner(photo, 4, covered, size.width, size.height, edge_kernel(size));
   for (int y = 0; y < size.height; ++y) {
     for (int x = 0; x < size.width; ++x, dst += 4, photo += 4) {
       const unsigned share = *covered++;
@@ -183,9 +125,9 @@ void compose(uint8_t* dst, const uint8_t* photo, const uint8_t* covered, const u
       }
       std::copy_n(color.begin(), 3, dst);
       if (share != 0) {
-        unsigned pixel[3] = {photo[0], photo[1], photo[2]};
-        inner.color_at(x, y, pixel);
-        for (size_t c = 0; c < 3; ++c) dst[c] = mixed(pixel[c], color[c], share * 255 / alpha);
+        const std::array<uint8_t, 3> pixel = inner.color_at(x, y);
+        for (size_t c = 0; c < 3; ++c)
+          dst[c] = tool::mixed(pixel[c], color[c], share * 255 / alpha);
       }
       dst[3] = static_cast<uint8_t>((alpha * photo[3] + 127) / 255);
     }
