@@ -24,7 +24,7 @@ def batch(*words):
 
 
 def save_with_colors(photos):
-    """Files that say something about their colours: profiles of colours and of gray, a gamma, 16 bits."""
+    """Files that say something about their colours: profiles of colours and of gray, a gamma, 16 bits, one alpha for all."""
     icc = ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB")).tobytes()
     gray = icc[:16] + b"GRAY" + icc[20:]
     gamma = PngInfo()
@@ -32,6 +32,9 @@ def save_with_colors(photos):
     photo = Image.open(SAMPLES / "collins.jpg").resize((128, 96))
     seen = photo.copy()
     seen.putalpha(Image.fromarray(np.tile(np.arange(128, dtype=np.uint8), (96, 1))))
+    veil = photo.copy()
+    veil.putalpha(128)
+    veil.save(photos / "veil.png")
     photo.save(photos / "profile_jpg.jpg", icc_profile=icc)
     photo.save(photos / "profile_webp.webp", icc_profile=icc)
     seen.save(photos / "profile_png.png", icc_profile=icc)
@@ -69,6 +72,7 @@ def said_of_colors(path):
     "convert --photos photos",
     "convert --photos photos --format nv21 --as jpg --quality 80",
     "rotate --photos photos --angle 270 --as webp",
+    "resize --photos photos --to 50x40",
     "blur --photos photos --filter bilateral --kernel 5 --sigma-color 20",
     "outline --masks masks --mode polar-center --center 10,20 --points simple",
 ])

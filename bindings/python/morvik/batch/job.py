@@ -56,7 +56,7 @@ def _smooth_mask(photo: Any, mask: Any, snap: bool, limit: int | None) -> Any:
 
 
 def _resize(photo: Any, to: tuple[int, int], method: str) -> Any:
-    if pictures.alpha_of(photo) is not None:
+    if pictures.alpha_varies(photo):
         return shapes.scale_seen(photo, to, method)
     return images.resize(photo, to, method=method)
 

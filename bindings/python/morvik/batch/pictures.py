@@ -149,9 +149,13 @@ def without_alpha(pixels: Image) -> Image:
     return (255 - ((255 - pixels[..., :3]) * share + 127) // 255).astype(np.uint8)
 
 
+def alpha_varies(pixels: Image) -> bool:
+    return pixels.ndim == 3 and pixels.shape[2] == 4 and bool((pixels[..., 3] != pixels[0, 0, 3]).any())
+
+
 def alpha_of(pixels: Image) -> Image | None:
-    """The alpha channel when it says something: is not the same everywhere."""
-    if pixels.ndim != 3 or pixels.shape[2] != 4 or (pixels[..., 3] == pixels[0, 0, 3]).all():
+    """The alpha channel of a picture that is transparent anywhere: of one with 0 everywhere, a camera left it unset."""
+    if not alpha_varies(pixels) and (pixels.ndim != 3 or pixels.shape[2] != 4 or pixels[0, 0, 3] in (0, 255)):
         return None
     return np.ascontiguousarray(pixels[..., 3])
 
@@ -164,10 +168,10 @@ def as_mask(pixels: Image, reading: Reading = Reading()) -> Image:
     """Gray: the alpha channel (by default where it varies), else the brightness."""
     if reading.mask_channel == "alpha" and (pixels.ndim != 3 or pixels.shape[2] != 4):
         raise ValueError("the mask has no alpha channel")
-    alpha = None if reading.mask_channel == "luma" else alpha_of(pixels)
-    if reading.mask_channel == "alpha":
-        alpha = np.ascontiguousarray(pixels[..., 3])
-    mask = alpha if alpha is not None else pixels if pixels.ndim == 2 else convert(pixels, "gray")
+    if reading.mask_channel == "alpha" or (reading.mask_channel == "auto" and alpha_varies(pixels)):
+        mask = np.ascontiguousarray(pixels[..., 3])
+    else:
+        mask = pixels if pixels.ndim == 2 else convert(pixels, "gray")
     highest = int(mask.max())
     if reading.stretch and highest:
         mask = ((mask.astype(np.uint32) * 255 + highest // 2) // highest).astype(np.uint8)
