@@ -13,14 +13,16 @@ void median_by_columns(const cv::Mat& src, cv::Mat& dst, int32_t ksize) {
   using imageprocess::kMedianRows;
   const int64_t count = int64_t{src.cols} * src.channels();
   for_each_band(src, kMedianRows, [&](const cv::Range& band) {
-    std::vector<uint8_t> spare(static_cast<size_t>(count));  // takes the row below the band
+    std::vector<uint8_t> spare(static_cast<size_t>(count));  // takes the rows below the band
     for (int32_t y = band.start; y < band.end; y += kMedianRows) {
       std::array<const uint8_t*, 5 + kMedianRows - 1> rows{};
       for (int32_t i = 0; i < ksize + kMedianRows - 1; ++i) {
         rows[static_cast<size_t>(i)] = src.ptr(std::clamp(y - ksize / 2 + i, 0, src.rows - 1));
       }
-      const std::array<uint8_t*, kMedianRows> results{
-          dst.ptr(y), y + 1 < band.end ? dst.ptr(y + 1) : spare.data()};
+      std::array<uint8_t*, kMedianRows> results{};
+      for (int32_t i = 0; i < kMedianRows; ++i) {
+        results[static_cast<size_t>(i)] = y + i < band.end ? dst.ptr(y + i) : spare.data();
+      }
       imageprocess::median_by_columns(results.data(), rows.data(), count, src.channels(), ksize);
     }
   });

@@ -233,13 +233,14 @@ TEST(Kernels, MedianByColumns) {
   for (int pixels = 1; pixels < 200; ++pixels) {
     const int step = pixels % 2 == 0 ? 1 : 3;
     const int width = (pixels % 20 == 0 ? 17 * pixels : pixels) * step;
-    const Bytes bytes = mask_bytes(random, 6 * width);
+    const Bytes bytes = mask_bytes(random, (5 + kMedianRows - 1) * width);
     std::vector<const uint8_t*> rows;
-    for (int y = 0; y < 6; ++y) rows.push_back(bytes.data() + y * width);
+    for (int y = 0; y < 5 + kMedianRows - 1; ++y) rows.push_back(bytes.data() + y * width);
     for (const int ksize : {3, 5}) {
-      expect_equal(2 * width, median_by_columns_plain, median_by_columns,
+      expect_equal(kMedianRows * width, median_by_columns_plain, median_by_columns,
                    [&](auto median, uint8_t* to) {
-                     uint8_t* const results[]{to, to + width};
+                     uint8_t* results[kMedianRows];
+                     for (int y = 0; y < kMedianRows; ++y) results[y] = to + y * width;
                      median(results, rows.data(), width, step, ksize);
                    });
     }

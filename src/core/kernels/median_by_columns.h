@@ -1,11 +1,11 @@
-// Medians of 3x3 or 5x5 pixels of any kind of image, two rows at a time.
+// Medians of 3x3 or 5x5 pixels of any kind of image, eight rows at a time.
 #pragma once
 
 #include <cstdint>
 
 namespace kel::imageprocess {
 
-inline constexpr int kMedianRows = 2;
+inline constexpr int kMedianRows = 8;
 
 // results[i][x] = the median of rows[i] to rows[i + ksize - 1] over the ksize pixels around byte x
 // of `count`; pixels are `step` (1 or 3) bytes, and those at the ends are repeated beyond them.
