@@ -56,8 +56,8 @@ class HistogramMedian {
   const int32_t radius_;
   const int32_t block_;
   std::vector<int32_t> centres_;
-  std::vector<int16_t> groups_;
-  std::vector<int16_t> values_;
+  std::vector<uint8_t> groups_;
+  std::vector<uint8_t> values_;
 };
 
 }  // namespace

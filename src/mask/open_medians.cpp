@@ -10,7 +10,7 @@ namespace kel::mask {
 using imageprocess::ColumnHistograms;
 
 OpenMedians::OpenMedians(const cv::Mat& src, int32_t ksize) : src_(src), radius_(ksize / 2) {
-  const auto reach = static_cast<size_t>(std::min(src.cols, kBlock) + ksize);
+  const size_t reach = static_cast<size_t>(std::min(src.cols, kBlock)) + static_cast<size_t>(ksize);
   centres_.resize(reach);
   groups_.resize(16 * reach);
   values_.resize(16 * groups_.size());

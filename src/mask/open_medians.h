@@ -39,8 +39,8 @@ class OpenMedians {
   int32_t left_ = 0;
   int32_t width_ = 0;
   Buffer<int32_t> centres_;
-  Buffer<int16_t> groups_;
-  Buffer<int16_t> values_;
+  Buffer<uint8_t> groups_;
+  Buffer<uint8_t> values_;
 };
 
 }  // namespace kel::mask

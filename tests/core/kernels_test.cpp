@@ -206,8 +206,8 @@ TEST(Kernels, MedianRunByHistograms) {
     const int columns = kWidth + 2 * radius;
     const auto filter = [&](auto median, uint8_t* to, int step) {
       std::vector<int32_t> centres(static_cast<size_t>(columns), ColumnHistograms::kNever);
-      std::vector<int16_t> groups(static_cast<size_t>(16 * columns));
-      std::vector<int16_t> values(16 * groups.size());
+      Bytes groups(static_cast<size_t>(16 * columns));
+      Bytes values(16 * groups.size());
       const Channel channel{pixels.data() + step / 2, step * kWidth, kWidth, kHeight, step};
       const ColumnHistograms all{channel,        radius,        columns,      -radius,
                                  centres.data(), groups.data(), values.data()};

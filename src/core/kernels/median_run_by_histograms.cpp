@@ -19,10 +19,15 @@ namespace hn = hwy::HWY_NAMESPACE;
 using Counts = hn::CappedTag<int16_t, 16>;
 constexpr int kLanes = static_cast<int>(hn::MaxLanes(Counts()));
 
+// Counts of columns are kept as bytes, which are half as much to load.
+using Bytes = hn::CappedTag<uint8_t, 16>;
+using CountBytes = hn::Rebind<uint8_t, Counts>;
+constexpr int kByteLanes = static_cast<int>(hn::MaxLanes(Bytes()));
+
 // What a pixel adds to sixteen cumulative counts, at 16 * digit.
 struct Steps {
-  alignas(32) int16_t below[256];    // 1 for digits less than i
-  alignas(32) int16_t at_most[256];  // 1 for digits of at most i
+  alignas(32) uint8_t below[256];    // 1 for digits less than i
+  alignas(32) uint8_t at_most[256];  // 1 for digits of at most i
 };
 constexpr Steps kSteps = [] {
   Steps steps{};
@@ -38,55 +43,55 @@ HWY_INLINE int64_t lower(uint8_t value) { return 16 * (value & 15); }
 
 // The counts of columns. Copied, because vectors that are stored might alias the original.
 struct Counters {
-  int16_t* groups;
-  int16_t* values;
+  uint8_t* groups;
+  uint8_t* values;
   int64_t columns;
 
   HWY_INLINE explicit Counters(const ColumnHistograms& all)
       : groups(all.groups), values(all.values), columns(all.columns) {}
 
-  HWY_INLINE int16_t* of(uint8_t value, int64_t column) const {
+  HWY_INLINE uint8_t* of(uint8_t value, int64_t column) const {
     return values + upper(value) * columns + 16 * column;
   }
   HWY_INLINE void add(int64_t column, uint8_t value) const {
-    const Counts d;
-    int16_t* const group = groups + 16 * column;
-    int16_t* const same = of(value, column);
-    for (int i = 0; i < 16; i += kLanes) {
+    const Bytes d;
+    uint8_t* const group = groups + 16 * column;
+    uint8_t* const same = of(value, column);
+    for (int i = 0; i < 16; i += kByteLanes) {
       const auto above = hn::Load(d, kSteps.below + upper(value) + i);
       hn::StoreU(hn::Add(hn::LoadU(d, group + i), above), d, group + i);
       const auto step = hn::Load(d, kSteps.at_most + lower(value) + i);
       hn::StoreU(hn::Add(hn::LoadU(d, same + i), step), d, same + i);
     }
   }
-  HWY_INLINE void add_extremes(int64_t column, int16_t zeros, int16_t fulls) const {
-    const Counts d;
-    int16_t* const group = groups + 16 * column;
-    int16_t* const lowest = of(0, column);
-    for (int i = 0; i < 16; i += kLanes) {
+  HWY_INLINE void add_extremes(int64_t column, uint8_t zeros, uint8_t fulls) const {
+    const Bytes d;
+    uint8_t* const group = groups + 16 * column;
+    uint8_t* const lowest = of(0, column);
+    for (int i = 0; i < 16; i += kByteLanes) {
       const auto count = hn::Set(d, zeros);
-      const auto above = hn::Mul(hn::Load(d, kSteps.below + i), count);
+      const auto above = hn::And(hn::Sub(hn::Zero(d), hn::Load(d, kSteps.below + i)), count);
       hn::StoreU(hn::Add(hn::LoadU(d, group + i), above), d, group + i);
       hn::StoreU(hn::Add(hn::LoadU(d, lowest + i), count), d, lowest + i);
     }
-    of(255, column)[15] = static_cast<int16_t>(of(255, column)[15] + fulls);
+    of(255, column)[15] = static_cast<uint8_t>(of(255, column)[15] + fulls);
   }
   HWY_INLINE void move(int64_t column, uint8_t entering, uint8_t leaving) const {
-    const Counts d;
-    int16_t* const group = groups + 16 * column;
-    for (int i = 0; i < 16; i += kLanes) {
+    const Bytes d;
+    uint8_t* const group = groups + 16 * column;
+    for (int i = 0; i < 16; i += kByteLanes) {
       const auto more = hn::Load(d, kSteps.below + upper(entering) + i);
       const auto less = hn::Load(d, kSteps.below + upper(leaving) + i);
       const auto sum = hn::Sub(hn::Add(hn::LoadU(d, group + i), more), less);
       hn::StoreU(sum, d, group + i);
     }
-    int16_t* const more = of(entering, column);
-    for (int i = 0; i < 16; i += kLanes) {
+    uint8_t* const more = of(entering, column);
+    for (int i = 0; i < 16; i += kByteLanes) {
       const auto step = hn::Load(d, kSteps.at_most + lower(entering) + i);
       hn::StoreU(hn::Add(hn::LoadU(d, more + i), step), d, more + i);
     }
-    int16_t* const less = of(leaving, column);
-    for (int i = 0; i < 16; i += kLanes) {
+    uint8_t* const less = of(leaving, column);
+    for (int i = 0; i < 16; i += kByteLanes) {
       const auto step = hn::Load(d, kSteps.at_most + lower(leaving) + i);
       hn::StoreU(hn::Sub(hn::LoadU(d, less + i), step), d, less + i);
     }
@@ -99,11 +104,11 @@ void restart_column(const ColumnHistograms& all, int64_t column, int32_t y) {
   const Counters counters(all);
   const int64_t x = all.src.at(all.left + column);
   for (int group = 0; group < 256; group += 16) {
-    std::fill_n(counters.of(static_cast<uint8_t>(group), column), 16, int16_t{0});
+    std::fill_n(counters.of(static_cast<uint8_t>(group), column), 16, uint8_t{0});
   }
-  int16_t zeros = 0;
-  int16_t fulls = 0;
-  std::fill_n(counters.groups + 16 * column, 16, int16_t{0});
+  uint8_t zeros = 0;
+  uint8_t fulls = 0;
+  std::fill_n(counters.groups + 16 * column, 16, uint8_t{0});
   for (int32_t i = -all.radius; i <= all.radius; ++i) {
     const uint8_t value = all.src.row(y + i)[x];
     if (value == 0) {
@@ -179,24 +184,23 @@ struct WindowCounts {
   HWY_INLINE void store(int16_t* to) const {
     for (int i = 0; i < 16 / kLanes; ++i) hn::Store(counts[i], Counts(), to + i * kLanes);
   }
-  HWY_INLINE void add(const int16_t* column) {
-    for (int i = 0; i < 16 / kLanes; ++i) {
-      counts[i] = hn::Add(counts[i], hn::LoadU(Counts(), column + i * kLanes));
-    }
+  static HWY_INLINE hn::Vec<Counts> part_of(const uint8_t* column, int i) {
+    return hn::PromoteTo(Counts(), hn::LoadU(CountBytes(), column + i * kLanes));
   }
-  HWY_INLINE void remove(const int16_t* column) {
-    for (int i = 0; i < 16 / kLanes; ++i) {
-      counts[i] = hn::Sub(counts[i], hn::LoadU(Counts(), column + i * kLanes));
-    }
+  HWY_INLINE void add(const uint8_t* column) {
+    for (int i = 0; i < 16 / kLanes; ++i) counts[i] = hn::Add(counts[i], part_of(column, i));
+  }
+  HWY_INLINE void remove(const uint8_t* column) {
+    for (int i = 0; i < 16 / kLanes; ++i) counts[i] = hn::Sub(counts[i], part_of(column, i));
   }
   // From the window that begins with a column to the one that begins `moved` columns later.
-  HWY_INLINE void slide(const int16_t* column, int64_t side, int64_t moved) {
+  HWY_INLINE void slide(const uint8_t* column, int64_t side, int64_t moved) {
     for (int64_t x = 0; x < moved; ++x) {
       remove(column + 16 * x);
       add(column + 16 * (x + side));
     }
   }
-  HWY_INLINE void sum(const int16_t* column, int64_t side) {
+  HWY_INLINE void sum(const uint8_t* column, int64_t side) {
     clear();
     for (int64_t x = 0; x < side; ++x) add(column + 16 * x);
   }
@@ -225,8 +229,8 @@ class SlidingWindow {
   }
 
   HWY_INLINE void slide() {
-    const int16_t* leaving = counters_.groups + 16 * x_;
-    const int16_t* entering = leaving + 16 * side_;
+    const uint8_t* leaving = counters_.groups + 16 * x_;
+    const uint8_t* entering = leaving + 16 * side_;
     groups_.remove(leaving);
     groups_.add(entering);
     rank_ += leaving[group_] - entering[group_];
@@ -268,7 +272,7 @@ class SlidingWindow {
   WindowCounts values_;
   int32_t group_ = 0;
   int32_t rank_ = 0;                  // of the median within its group
-  const int16_t* columns_ = nullptr;  // of the group
+  const uint8_t* columns_ = nullptr;  // of the group
 };
 
 template <typename IsOpen>

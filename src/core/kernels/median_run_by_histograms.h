@@ -26,12 +26,12 @@ struct Channel {
 // holds columns x to x + 2 * radius.
 struct ColumnHistograms {
   Channel src;
-  int32_t radius;
+  int32_t radius;  // up to 127, so that a column's counts fit bytes
   int32_t columns;
   int32_t left;     // source column of column 0, may be outside
   int32_t* centre;  // row around which the column was last counted, or kNever
-  int16_t* groups;  // [column][16]: pixels whose upper four bits are less than i
-  int16_t* values;  // [group][column][16]: pixels of the group whose lower four are at most i
+  uint8_t* groups;  // [column][16]: pixels whose upper four bits are less than i
+  uint8_t* values;  // [group][column][16]: pixels of the group whose lower four are at most i
   static constexpr int32_t kNever = INT32_MIN / 2;
 };
 
