@@ -10,6 +10,7 @@
 #include "core/kernels/count_row.h"
 #include "core/kernels/decide_row.h"
 #include "core/kernels/enlarge_row.h"
+#include "core/kernels/extremes_of_rows.h"
 #include "core/kernels/find_majorities.h"
 #include "core/kernels/gaussian.h"
 #include "core/kernels/gaussian_small.h"
@@ -19,6 +20,7 @@
 #include "core/kernels/median_run_by_histograms.h"
 #include "core/kernels/scaled_brightness.h"
 #include "core/kernels/spread_bits.h"
+#include "core/kernels/spread_ellipse.h"
 #include "core/kernels/spread_row.h"
 #include "support/targets.h"
 #include "support/test_image.h"
@@ -162,6 +164,58 @@ TEST(Kernels, SpreadBits) {
       }
     };
     expect_equal(3 * 8 * words, true, false, spread);
+  }
+}
+
+TEST(Kernels, ExtremesOfRows) {
+  test::Random random(12);
+  for (int width = 1; width < 300; width += random.range(1, 9)) {
+    std::vector<Bytes> rows(static_cast<size_t>(random.range(1, 30)));
+    std::vector<const uint8_t*> from;
+    const int value = 255 * random.range(0, 1);
+    for (Bytes& row : rows) {
+      row.assign(static_cast<size_t>(width), static_cast<uint8_t>(value));
+      row[static_cast<size_t>(random.range(0, width - 1))] = static_cast<uint8_t>(random.next());
+      from.push_back(row.data());
+    }
+    const int words = (width + 63) / 64;
+    expect_equal(16 * words, true, false, [&](bool plain, uint8_t* to) {
+      std::vector<uint64_t> bits(static_cast<size_t>(2 * words), 1);
+      (plain ? extremes_of_rows_plain : extremes_of_rows)(
+          bits.data(), bits.data() + words, from.data(), static_cast<int32_t>(from.size()), width);
+      std::memcpy(to, bits.data(), static_cast<size_t>(16 * words));
+    });
+  }
+}
+
+// Runs that grow on either side, in any order of the kernel's rows.
+TEST(Kernels, SpreadEllipse) {
+  test::Random random(13);
+  for (int i = 0; i < 200; ++i) {
+    std::vector<PixelRun> runs{{random.range(-2, 2), random.range(1, 3)}};
+    while (runs.back().length < kLargestSmallEllipse - 6 && runs.size() < 9) {
+      const int left = random.range(0, 2);
+      runs.push_back({runs.back().first - left, runs.back().length + left + random.range(1, 2)});
+    }
+    std::vector<int32_t> run_of_row(static_cast<size_t>(random.range(1, kLargestSmallEllipse)));
+    const auto count = static_cast<int32_t>(runs.size());
+    for (int32_t& run : run_of_row) run = random.range(0, count - 1);
+    const auto side = static_cast<int32_t>(run_of_row.size());
+    const int rows = random.range(1, kSpreadRows);
+    std::vector<Bytes> bytes;
+    std::vector<const uint8_t*> from;
+    for (int y = 0; y < rows + side - 1; ++y) bytes.push_back(mask_bytes(random, 160));
+    for (const Bytes& row : bytes) from.push_back(row.data() + 32);
+    for (const bool maxima : {false, true}) {
+      expect_equal(
+          static_cast<int>(kSpreadColumns) * rows, true, false, [&](bool plain, uint8_t* to) {
+            std::vector<uint8_t*> results;
+            for (int y = 0; y < rows; ++y) results.push_back(to + y * kSpreadColumns);
+            (plain ? spread_ellipse_plain : spread_ellipse)(
+                {results.data(), from.data(), rows, side, runs.data(), count, run_of_row.data()},
+                maxima);
+          });
+    }
   }
 }
 

@@ -46,6 +46,23 @@ TEST(Morph, RunsOfSmallKernels) {
   }
 }
 
+// Shapes with soft edges far apart, over all borders and over those of blocks.
+TEST(Morph, SmallKernelsOnFlatMasks) {
+  test::Random random(3);
+  for (int amount = 1; amount <= 26; ++amount) {
+    TestImage mask(QX_FMT_GRAY, random.range(64, 700), random.range(1, 300));
+    cv::Mat m(mask.height(), mask.width(), CV_8UC1, mask.row(0));
+    m = amount % 3 == 0 ? 255 : 0;
+    for (int i = 0; i < 8; ++i) {
+      const cv::Point at(random.range(0, mask.width()), random.range(0, mask.height()));
+      cv::circle(m, at, random.range(0, 60), cv::Scalar(255 * random.range(0, 1)), -1);
+    }
+    cv::blur(m, m, cv::Size(random.range(1, 4), random.range(1, 4)));
+    expect_morph(mask, amount);
+    expect_morph(mask, -amount);
+  }
+}
+
 // Masks that turn out not to be binary at any row, or nowhere.
 TEST(Morph, BinaryButForAPixel) {
   test::Random random(2);
