@@ -11,6 +11,7 @@
 #include "core/mirrored.h"
 #include "core/row_bands.h"
 #include "mask/flat_cells.h"
+#include "mask/flat_groups.h"
 #include "mask/mirrored_row.h"
 
 namespace kel::mask {
@@ -180,6 +181,20 @@ void filter_small(const cv::Mat& src, cv::Mat& dst, const cv::Rect& area, Gaussi
   }
 }
 
+// A few rows at a time, which stay in the first cache between the look at them and the filter.
+template <typename Filter>
+void filter_open_groups(const cv::Mat& src, cv::Mat& dst, const cv::Range& band, int32_t radius,
+                        Filter filter) {
+  constexpr int32_t kRows = 2 * kGaussianRows;
+  FlatGroups groups(src, dst, radius);
+  for (int32_t y = band.start; y < band.end; y += kRows) {
+    const cv::Range rows(y, std::min(y + kRows, band.end));
+    groups.run(rows, [&](const cv::Range& columns) {
+      filter(cv::Rect(columns.start, y, columns.size(), rows.size()));
+    });
+  }
+}
+
 }  // namespace
 
 void gaussian(const cv::Mat& src, cv::Mat& dst, int32_t ksize, double sigma_x, double sigma_y) {
@@ -194,10 +209,14 @@ void gaussian(const cv::Mat& src, cv::Mat& dst, int32_t ksize, double sigma_x, d
     }
     Gaussian(src, dst, along, across, area.width).run(area);
   };
-  // To find the flat cells costs more than a small kernel.
-  constexpr int32_t kSmallKernel = 5;
-  if (ksize > kSmallKernel && src.channels() == 1 && looks_like_mask(src)) {
-    return for_each_open_area(src, dst, std::max(along.radius, across.radius), filter);
+  if (src.channels() == 1 && looks_like_mask(src)) {
+    const int32_t radius = std::max(along.radius, across.radius);
+    if (is_small(along, across) && src.cols >= FlatGroups::kColumns && radius > 0) {
+      return for_each_band(src, ksize, [&](const cv::Range& band) {
+        filter_open_groups(src, dst, band, radius, filter);
+      });
+    }
+    return for_each_open_area(src, dst, radius, filter);
   }
   for_each_band(src, ksize,
                 [&](const cv::Range& band) { filter({0, band.start, src.cols, band.size()}); });
