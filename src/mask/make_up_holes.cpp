@@ -6,6 +6,7 @@
 #include "core/contours/trace_contours.h"
 #include "core/mat_view.h"
 #include "mask/fill_enclosed.h"
+#include "mask/fill_gaps.h"
 #include "mask/opencv_limits.h"
 
 namespace kel::mask {
@@ -50,8 +51,9 @@ BitMask fill_level_of_largest(const BitMask& shapes) {
 // As long as areas are exact in single precision no contour is larger than the outer one around it,
 // so the largest is on the top level, and filling that level is filling whatever is enclosed. An
 // inexact area can lose against that of a hole only if both are large.
+constexpr int64_t kExactArea = int64_t{1} << 23;  // in steps of a half
+
 BitMask fill_holes(const BitMask& shapes) {
-  constexpr int64_t kExactArea = int64_t{1} << 23;  // in steps of a half
   bool has_large_hole = false;
   BitMask filled = fill_enclosed(shapes, kExactArea, has_large_hole);
   return has_large_hole ? fill_level_of_largest(shapes) : filled;
@@ -69,7 +71,9 @@ uint32_t make_up_holes(const KelPixelRegion& src, const KelPixelRegion& dst, uin
 }
 
 void _make_up_holes(const cv::Mat& src, cv::Mat& dst, int32_t level) {
-  fill_holes(BitMask(src, static_cast<uint8_t>(level))).write(dst);
+  const auto highest_outside = static_cast<uint8_t>(level);
+  if (fill_gaps(src, dst, highest_outside, kExactArea)) return;
+  fill_holes(BitMask(src, highest_outside)).write(dst);
 }
 
 }  // namespace kel::mask
