@@ -34,4 +34,22 @@ TEST_F(FillArea, RandomPolygons) {
   }
 }
 
+// All corners in the image, and on its last column: sides of all slopes over many words and rows.
+TEST_F(FillArea, LongSidesInside) {
+  test::Random random(6);
+  for (int width = 1; width < 1500; width += 1 + width / 3) {
+    const int height = random.range(1, 700);
+    std::vector<TPOINT> points;
+    std::vector<cv::Point> same;
+    for (int i = random.range(2, 60); i > 0; --i) {
+      const int x = i % 5 == 0 ? width - 1 : random.range(0, width - 1);
+      points.push_back({x, random.range(0, height - 1)});
+      same.emplace_back(points.back().x, points.back().y);
+    }
+    const auto count = static_cast<uint32_t>(points.size());
+    test::expect_result(as_written::fill_area(width, height, same), std::to_string(width),
+                        [&](auto* dst) { return mvk_fill_area_up(dst, count, points.data()); });
+  }
+}
+
 }  // namespace

@@ -65,11 +65,28 @@ void PolygonFiller::cross_rows(cv::Point from, cv::Point to, bool has_line) {
   const int64_t slope = height == 1 ? width : width / height;
   int64_t x = upper.x * kOne + (int64_t{row} - upper.y) * slope;
   const bool is_whole = has_line && mask_.contains(from.x, from.y) && mask_.contains(to.x, to.y);
+  if (is_whole && height < kTall && std::max(from.x, to.x) + 1 < mask_.width()) {
+    return toggle_inside(x, slope, row, end_row);
+  }
   for (int32_t y = row; y < end_row; ++y, x += slope) {
     const int64_t column = x >> kFractionBits;
     toggle(column + 1, y);
     if ((is_whole && height < kTall) || column * kOne != x) continue;
     if (mask_.contains(column, y)) mask_.set(static_cast<int>(column), y);
+  }
+}
+
+// Behind each pixel of an edge, all of which have another one to their right.
+void PolygonFiller::toggle_inside(int64_t x, int64_t slope, int32_t row, int32_t end_row) {
+  const int64_t last = x + (int64_t{end_row} - row - 1) * slope;
+  const auto word_of = [](int64_t at) { return ((at >> kFractionBits) + 1) / BitMask::kBits; };
+  first_word_ = std::min(first_word_, word_of(std::min(x, last)));
+  last_word_ = std::max(last_word_, word_of(std::max(x, last)));
+  uint64_t* words = toggles_.row(row);
+  const int64_t row_words = toggles_.row_words();
+  for (int32_t y = row; y < end_row; ++y, x += slope, words += row_words) {
+    const auto column = static_cast<uint64_t>((x >> kFractionBits) + 1);
+    words[column / BitMask::kBits] ^= uint64_t{1} << (column % BitMask::kBits);
   }
 }
 
@@ -97,13 +114,15 @@ void PolygonFiller::fill_row(int32_t row) {
   uint64_t* const turns = toggles_.row(row);
   uint64_t* const words = mask_.row(row);
   uint64_t inside = 0;  // all bits or none, where the word begins
-  for (int64_t i = first_word_; i <= last_word_;) {
-    const int64_t next = toggles_.find_other(row, i, last_word_ + 1, 0);
-    if (inside != 0) std::fill(words + i, words + next, inside);
-    i = next + 1;
-    if (next > last_word_) break;
-    const uint64_t filled = parity_up_to_each(std::exchange(turns[next], 0)) ^ inside;
-    words[next] |= filled;
+  for (int64_t i = first_word_; i <= last_word_; ++i) {
+    if (turns[i] == 0) {
+      const int64_t next = toggles_.find_other(row, i + 1, last_word_ + 1, 0);
+      if (inside != 0) std::fill(words + i, words + next, inside);
+      i = next;
+      if (next > last_word_) break;
+    }
+    const uint64_t filled = parity_up_to_each(std::exchange(turns[i], 0)) ^ inside;
+    words[i] |= filled;
     inside = 0 - (filled >> (BitMask::kBits - 1));
   }
   words[mask_.row_words() - 1] &= mask_.last_word();

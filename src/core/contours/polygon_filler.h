@@ -29,6 +29,7 @@ class PolygonFiller {
   void draw_side(cv::Point from, cv::Point to);
   void cross_rows(cv::Point from, cv::Point to, bool has_line);
   void toggle(int64_t column, int32_t row);
+  void toggle_inside(int64_t x, int64_t slope, int32_t row, int32_t end_row);
   void fill_row(int32_t row);
 
   BitMask& mask_;
