@@ -5,7 +5,8 @@ export const MAX_BYTES = 2 ** 31 - 1;
 export const ANY = 2 ** 32 - 1;
 
 function shown(value) {
-  return typeof value === "string" ? JSON.stringify(value.slice(0, 60)) : String(value).slice(0, 60);
+  if (typeof value === "string") return JSON.stringify(value.slice(0, 60));
+  return (Array.isArray(value) ? `[${value}]` : String(value)).slice(0, 60);
 }
 
 export function whole(value, name, low, high) {
@@ -58,17 +59,36 @@ export function sizeOf(size, name = "size", bytes = 1) {
   return { width, height };
 }
 
+const isList = (value) => typeof value === "object" && value !== null && Number.isInteger(value.length);
+
+export function list(value, name, of) {
+  if (isList(value)) return value;
+  throw new TypeError(`${name} is a list of ${of}, not ${shown(value)}`);
+}
+
+/** A list of nothing but numbers, as an array. */
+export function numbers(values, name) {
+  const all = Array.from(list(values, name, "numbers"));
+  const other = all.findIndex((value) => typeof value !== "number");
+  if (other >= 0) throw new TypeError(`${name} is a list of numbers (x0, y0, x1, ...); number ${other} is ${shown(all[other])}`);
+  return all;
+}
+
+/** [x, y] of a point in either form. */
+export function pair(point, name) {
+  if (isList(point) && point.length === 2) return [point[0], point[1]];
+  if (typeof point === "object" && point !== null && "x" in point && "y" in point) return [point.x, point.y];
+  throw new TypeError(`${name} is { x, y } or [x, y], not ${shown(point)}`);
+}
+
 /** Points in any of the forms that callers have them, as x0, y0, x1, y1, ... */
 export function flat(points, name) {
-  if (typeof points !== "object" || points === null || !Number.isInteger(points.length)) {
-    throw new TypeError(`${name} is a list of points, not ${shown(points)}`);
+  list(points, name, "points");
+  if (typeof points[0] === "object") {
+    return Float64Array.from(Array.from(points, (point, i) => pair(point, `point ${i} of ${name}`)).flat());
   }
-  const first = points[0];
-  if (typeof first !== "object" || first === null) {
-    if (points.length % 2) throw new RangeError(`${name} has ${points.length} numbers; x and y are needed for each point`);
-    return Float64Array.from(points);
-  }
-  return Float64Array.from(Array.from(points, (p) => (Array.isArray(p) && p.length === 2 ? p : [p.x, p.y])).flat());
+  if (points.length % 2) throw new RangeError(`${name} has ${points.length} numbers; x and y are needed for each point`);
+  return Float64Array.from(numbers(points, name));
 }
 
 /** Whole pixels: fractions are rounded, halves away from zero. */

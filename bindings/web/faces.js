@@ -1,7 +1,8 @@
 // Face landmarks: the mesh's points as landmarks, and landmark files.
-import { flat, sizeOf, whole } from "./check.js";
+import { flat, numbers, settings, sizeOf, whole } from "./check.js";
 
 const MESH_POINTS = 468;
+const REFINED_POINTS = 478; // with ten more for the irises
 
 // The face contour in the mesh, from the ear to the chin and from the chin to the other ear; 17
 // points at equal distances are taken on each half.
@@ -40,11 +41,13 @@ function evenly(line, count) {
 
 /** x and y of the mesh's points from 0 to 1, as [x, y] each. */
 function meshPoints(mesh) {
-  const isTriples = mesh?.length === 3 * MESH_POINTS;
+  const isTriples = mesh?.length === 3 * MESH_POINTS || mesh?.length === 3 * REFINED_POINTS;
   const values = isTriples ? Float64Array.from(mesh) : flat(mesh, "mesh");
   const step = isTriples ? 3 : 2;
-  if (values.length !== step * MESH_POINTS) {
-    throw new RangeError(`mesh has ${values.length / step} points, ${MESH_POINTS} are expected`);
+  const count = values.length / step;
+  if (count !== MESH_POINTS) {
+    const advice = count === REFINED_POINTS ? "; take the first 468, the others are the irises" : "";
+    throw new RangeError(`mesh has ${count} points, ${MESH_POINTS} are expected${advice}`);
   }
   if (!values.every(Number.isFinite)) throw new RangeError("mesh has coordinates that are no finite numbers");
   return Array.from({ length: MESH_POINTS }, (_, i) => [values[step * i], values[step * i + 1]]);
@@ -63,7 +66,8 @@ export function landmarksFromMesh(mesh, size) {
   ].flat());
 }
 
-function checkFile({ separator = ",", dims = 2 } = {}) {
+function checkFile(of, options) {
+  const { separator, dims } = settings(of, options, { separator: ",", dims: 2 });
   whole(dims, "dims", 2, 3);
   if (!/^[\t !-~]$/.test(separator) || /[0-9A-Za-z+\-.]/.test(separator)) {
     throw new RangeError(`separator is ${JSON.stringify(separator)}; a mark such as "," or " " is expected`);
@@ -80,7 +84,7 @@ function leadingNumber(text = "") {
 }
 
 export function parseLandmarks(text, options) {
-  const { separator, dims } = checkFile(options);
+  const { separator, dims } = checkFile("parseLandmarks", options);
   if (typeof text !== "string") throw new TypeError(`text is a string, not ${typeof text}`);
   const lines = text.split("\n");
   if (lines.at(-1) === "") lines.pop();
@@ -111,8 +115,8 @@ function general(value) {
 }
 
 export function formatLandmarks(points, options) {
-  const { separator, dims } = checkFile(options);
-  const values = Array.from(points);
+  const { separator, dims } = checkFile("formatLandmarks", options);
+  const values = numbers(points, "points");
   if (values.length % dims) throw new RangeError(`points has ${values.length} numbers; ${dims} are needed for each point`);
   const isFloat = points instanceof Float32Array || points instanceof Float64Array || !values.every(Number.isInteger);
   if (!isFloat && values.some((value) => value < -(2 ** 31) || value >= 2 ** 31)) {

@@ -1,6 +1,6 @@
 // The library's functions for pictures of canvases and typed arrays. Types and what each call does
 // are in morvik.d.ts.
-import { ANY, MAX_BYTES, checkSize, choice, colorOf, settings, sizeOf, whole, wholePoints } from "./check.js";
+import { ANY, MAX_BYTES, checkSize, choice, colorOf, pair, settings, sizeOf, whole, wholePoints } from "./check.js";
 import { landmarksFromMesh } from "./faces.js";
 import { CODES, FORMATS, isFrame, pictureOf } from "./pictures.js";
 import { Wasm, compile } from "./wasm.js";
@@ -118,7 +118,7 @@ export class Morvik {
       mode: "stroke", expand: 12, smooth: 0, points: "all", polygon: false, center: undefined, threshold: 127,
     });
     const words = outlineWords(given);
-    const center = given.center && wholePoints([given.center], "center");
+    const center = given.center === undefined ? undefined : wholePoints(pair(given.center, "center"), "center");
     if (center && !given.mode.endsWith("-center")) throw new RangeError(`the mode ${given.mode} has no center`);
     const picture = pictureOf(mask, "mask");
     return this.#wasm.run((call) => {

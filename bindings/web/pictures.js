@@ -115,6 +115,7 @@ export function alphaOf(image) {
 }
 
 export function toImageData(picture) {
+  if (typeof ImageData === "undefined") throw new TypeError("there is no ImageData here; browsers and their workers have it");
   const { width, height, format, data } = pictureOf(picture, "picture", ["gray", "rgb", "rgba", "bgr", "bgra"]);
   if (format === "rgba" && data instanceof Uint8ClampedArray) return new ImageData(data, width, height);
   const pixels = new Uint8ClampedArray(4 * width * height);

@@ -1,7 +1,7 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import { Worker } from "node:worker_threads";
-import { Morvik, OutOfMemoryError, alphaOf, formatLandmarks, parseLandmarks } from "morvik";
+import { Morvik, OutOfMemoryError, alphaOf, formatLandmarks, outlinesToSvg, outlinesToSvgPath, parseLandmarks, toImageData } from "morvik";
 
 const MOST = 2 ** 25;
 const morvik = await Morvik.load();
@@ -44,19 +44,25 @@ const REFUSED = [
   [() => morvik.morph(mask, "3"), /whole number, not "3"/],
   [() => morvik.fillPolygon([1, 2, 3], mask), /3 numbers/],
   [() => morvik.fillPolygon([[1, NaN]], mask), /no numbers/],
-  [() => morvik.fillPolygon([{ x: 1 }], mask), /no numbers/],
+  [() => morvik.fillPolygon([{ x: 1 }], mask), /point 0 of points/],
+  [() => morvik.fillPolygon([[1, 2], null], mask), /point 1 of points is .*, not null/],
+  [() => morvik.fillPolygon([[1, 2, 3]], mask), /point 0 of points is .*, not \[1,2,3\]/],
+  [() => morvik.fillPolygon([1, [2, 3]], mask), /number 1 is \[2,3\]/],
   [() => morvik.fillPolygon([], [4, 4]), /width of size/],
   [() => morvik.fillPolygon([], { width: 2 ** 19, height: 2 ** 19 }), /2 GiB/],
   [() => morvik.bbox(mask, { level: 0 }), /1 to 254/],
   [() => morvik.outlines(mask, { mode: "round" }), /stroke, fill-stroke/],
   [() => morvik.outlines(mask, { expand: 501 }), /0 to 500/],
   [() => morvik.outlines(mask, { center: { x: 1, y: 2 } }), /no center/],
+  ...[0, "", false, null, [1]].map((center) => [() => morvik.outlines(mask, { mode: "polar-center", center }), /center is \{ x, y \}/]),
   [() => morvik.sticker(photo, mask, { color: "red" }), /#rrggbb/],
   [() => morvik.sticker(photo, mask, { color: [1, 2, 256] }), /0 to 255/],
   [() => morvik.sticker(photo, image(300, 50)), /proportions/],
   [() => morvik.sticker(photo, { width: 200, height: 150, data: new Uint8Array(30000) }), /above 127/],
   [() => morvik.forehead(new Float32Array(20), mask), /10 points, 106 or 96/],
   [() => morvik.landmarksFromMesh(new Float32Array(20), mask), /468/],
+  [() => morvik.landmarksFromMesh(new Float32Array(3 * 478), mask), /478 points.* the first 468/],
+  [() => morvik.landmarksFromMesh(Array(478).fill({ x: 0, y: 0 }), mask), /478 points.* the first 468/],
   [() => morvik.convert(mask, "hsv"), /one of gray/],
   [() => morvik.resize(morvik.convert(mask, "nv12"), { width: 3, height: 2 }), /even size/],
   [() => morvik.rotate(mask, 45), /0, 90, 180 or 270/],
@@ -65,6 +71,17 @@ const REFUSED = [
   [() => parseLandmarks(5), /string/],
   [() => formatLandmarks([1, 2, 3]), /3 numbers/],
   [() => formatLandmarks([1, 2 ** 31]), /32 bits/],
+  [() => parseLandmarks("", null), /options of parseLandmarks/],
+  [() => parseLandmarks("", { dim: 3 }), /no option dim/],
+  [() => formatLandmarks([[1, 2], [3, 4]]), /number 0 is \[1,2\]/],
+  [() => formatLandmarks(null), /list of numbers, not null/],
+  [() => formatLandmarks([1, 2], { dim: 3 }), /no option dim/],
+  [() => outlinesToSvgPath([[[1, 2], [3, 4]]]), /outline 0 .* is \[1,2\]/],
+  [() => outlinesToSvgPath([[1, 2], [1, 2, 3]]), /outline 1 has 3 numbers/],
+  [() => outlinesToSvg(null, mask), /outlines is a list/],
+  [() => outlinesToSvg([], mask, { color: 5 }), /color is a string/],
+  [() => outlinesToSvg([], mask, { colour: "red" }), /no option colour/],
+  [() => toImageData(mask), /no ImageData here/],
 ];
 
 test("wrong arguments are refused with a sentence", () => {
@@ -79,7 +96,7 @@ test("wrong arguments are refused with a sentence", () => {
 test("points, masks and colours in each of their forms", () => {
   const size = { width: 30, height: 20 };
   const expected = morvik.fillPolygon([2, 2, 25, 3, 10, 18], size).data;
-  for (const points of [[[2, 2], [25, 3], [10, 18]], [{ x: 2, y: 2 }, { x: 25, y: 3 }, { x: 10, y: 18 }], Float32Array.of(2, 1.5, 25.4, 3, 10, 18)]) {
+  for (const points of [[[2, 2], [25, 3], [10, 18]], [{ x: 2, y: 2 }, { x: 25, y: 3 }, { x: 10, y: 18 }], [Float32Array.of(2, 2), [25, 3], [10, 18]], Float32Array.of(2, 1.5, 25.4, 3, 10, 18)]) {
     assert.deepEqual(morvik.fillPolygon(points, size).data, expected);
   }
   const floats = { ...mask, data: Float32Array.from(mask.data, (value) => value / 255) };
@@ -104,7 +121,8 @@ const CALLS = [
   (m, size) => m.smoothMask(image(size, size, 3), image(16, 16), { snap: true }),
 ];
 
-test("a call without memory throws, and the next one gives the same bytes", async () => {
+test("a call without memory throws and prints nothing, and the next one gives the same bytes", async (t) => {
+  const printers = ["log", "warn", "error"].map((name) => t.mock.method(console, name, () => {}));
   const small = await Morvik.load({ maxMemory: MOST });
   for (const call of CALLS) {
     const expected = call(small, 700);
@@ -121,6 +139,7 @@ test("a call without memory throws, and the next one gives the same bytes", asyn
     assert.deepEqual(call(small, 700), expected, `${call}`);
     assert.ok(small.memoryBytes <= MOST);
   }
+  assert.deepEqual(printers.flatMap(({ mock }) => mock.calls.map(({ arguments: [text] }) => text)), []);
 });
 
 test("10,000 calls leave nothing behind, nor do 2,000 refusals", () => {
