@@ -491,7 +491,8 @@ TEST(Kernels, MeansThatSinglePrecisionMisses) {
 
 // Small differences, whose weights fit in registers, and any; the last block is not full.
 TEST(Kernels, Bilateral) {
-  constexpr int kPitch = 128;
+  constexpr int kPitch = 160;
+  constexpr int kCount = 103;  // a block of 64 and some of 16
   constexpr int kRows = 5;
   test::Random random(14);
   const auto weight = [&] { return static_cast<float>(random.range(1, 1000)) / 1000.0F; };
@@ -518,11 +519,11 @@ TEST(Kernels, Bilateral) {
     const BilateralRanges ranges{least.data(), greatest.data(), 8, greatest.data()};
     for (const int channels : {1, 3}) {
       for (const BilateralOrder order : {BilateralOrder::kInTurn, BilateralOrder::kByFours}) {
-        Bytes expected(size_t{3} * kVector);
-        bilateral_plain(expected.data(), middle, 39, channels, order, taps);
+        Bytes expected(size_t{3} * kPitch);
+        bilateral_plain(expected.data(), middle, kCount, channels, order, taps);
         test::on_every_target([&] {
-          Bytes result(size_t{3} * kVector);
-          bilateral(result.data(), middle, 39, channels, order, taps, ranges);
+          Bytes result(size_t{3} * kPitch);
+          bilateral(result.data(), middle, kCount, channels, order, taps, ranges);
           EXPECT_EQ(result, expected) << channels << " channels, differences up to " << int{most};
         });
       }

@@ -1,6 +1,9 @@
 // Vector kernels are compiled once for each instruction set, and the best is chosen at run time.
 #pragma once
 
+// As the kernels that have it.
+#define HWY_WANT_AVX3_DL
+
 #include <gtest/gtest.h>
 #include <hwy/targets.h>
 

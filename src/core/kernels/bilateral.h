@@ -30,6 +30,12 @@ struct BilateralRanges {
   const uint8_t* greatest;
   int64_t pitch;
   const uint8_t* spread;
+
+  void skip(int64_t blocks) {
+    least += blocks;
+    greatest += blocks;
+    spread += blocks;
+  }
 };
 
 // The order in which a window is summed: pixel by pixel, a product and its sum rounded once; or by
