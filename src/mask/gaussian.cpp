@@ -181,14 +181,15 @@ void filter_small(const cv::Mat& src, cv::Mat& dst, const cv::Rect& area, Gaussi
   }
 }
 
-// A few rows at a time, which stay in the first cache between the look at them and the filter.
+// A few rows at a time, which stay in the cache between the look at them and the filter: the fewer,
+// the less is open, and the more, the fewer are read for two of them.
 template <typename Filter>
 void filter_open_groups(const cv::Mat& src, cv::Mat& dst, const cv::Range& band, int32_t radius,
                         Filter filter) {
-  constexpr int32_t kRows = 2 * kGaussianRows;
+  const int32_t step = kGaussianRows * std::max(radius, 2);
   FlatGroups groups(src, dst, radius);
-  for (int32_t y = band.start; y < band.end; y += kRows) {
-    const cv::Range rows(y, std::min(y + kRows, band.end));
+  for (int32_t y = band.start; y < band.end; y += step) {
+    const cv::Range rows(y, std::min(y + step, band.end));
     groups.run(rows, [&](const cv::Range& columns) {
       filter(cv::Rect(columns.start, y, columns.size(), rows.size()));
     });
@@ -211,7 +212,8 @@ void gaussian(const cv::Mat& src, cv::Mat& dst, int32_t ksize, double sigma_x, d
   };
   if (src.channels() == 1 && looks_like_mask(src)) {
     const int32_t radius = std::max(along.radius, across.radius);
-    if (is_small(along, across) && src.cols >= FlatGroups::kColumns && radius > 0) {
+    constexpr int32_t kFarthest = 16;  // from here on larger cells are faster
+    if (radius > 0 && radius < kFarthest && src.cols >= FlatGroups::kColumns) {
       return for_each_band(src, ksize, [&](const cv::Range& band) {
         filter_open_groups(src, dst, band, radius, filter);
       });
