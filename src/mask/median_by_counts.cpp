@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "core/kernels/bits_of_row.h"
 #include "core/kernels/count_row.h"
 #include "core/kernels/decide_row.h"
 #include "mask/binarise.h"
@@ -52,7 +53,7 @@ class CountedMedian {
       const int32_t entering = std::min(y + radius_, src_.rows - 1);
       if (y > 0 && y + radius_ < src_.rows) count(entering);
       decide(entering, std::max(y - radius_ - 1, 0));
-      if (medians_) medians_->select(open_.data(), y, result_.data());
+      if (medians_) select(*medians_, y);
       std::memcpy(dst_.ptr(y, left_), result_.data(), static_cast<size_t>(width_));
     }
   }
@@ -110,6 +111,12 @@ class CountedMedian {
     job.result = result_.data();
     job.open = open_.data();
     imageprocess::decide_row(job);
+  }
+
+  void select(OpenMedians& medians, int32_t y) {
+    uint64_t open[kBlock / 64];
+    imageprocess::bits_above(open, open_.data(), width_, 0);
+    medians.select(open, y, result_.data());
   }
 
   const cv::Mat& src_;

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "core/contours/bit_mask.h"
-#include "core/kernels/bits_of_row.h"
 #include "mask/majority.h"
 #include "mask/open_medians.h"
 
@@ -30,11 +29,9 @@ void select_block(const cv::Mat& src, cv::Mat& dst, const BitMask& open, OpenMed
   medians.start(left, width);
   const int64_t word = left / BitMask::kBits;
   const int64_t end = word + BitMask::words_of(width);
-  uint8_t is_open[OpenMedians::kBlock];
   for (int32_t y = 0; y < src.rows; ++y) {
     if (open.find_other(y, word, end, 0) == end) continue;
-    imageprocess::bytes_of_bits(is_open, open.row(y) + word, width);
-    medians.select(is_open, y, dst.ptr(y, left));
+    medians.select(open.row(y) + word, y, dst.ptr(y, left));
   }
 }
 

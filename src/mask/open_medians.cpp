@@ -1,8 +1,9 @@
 #include "mask/open_medians.h"
 
 #include <algorithm>
-#include <cstring>
+#include <bit>
 
+#include "core/kernels/bits_of_row.h"
 #include "core/kernels/median_run_by_histograms.h"
 
 namespace kel::mask {
@@ -23,30 +24,36 @@ void OpenMedians::start(int32_t left, int32_t width) {
 }
 
 // In runs, which include gaps that are cheaper to slide across.
-void OpenMedians::select(const uint8_t* open, int32_t y, uint8_t* result) {
+void OpenMedians::select(const uint64_t* open, int32_t y, uint8_t* result) {
   const imageprocess::Channel channel{src_.data, static_cast<ptrdiff_t>(src_.step[0]), src_.cols,
                                       src_.rows, 1};
   const ColumnHistograms all{channel,         radius_,        width_ + 2 * radius_, left_ - radius_,
                              centres_.data(), groups_.data(), values_.data()};
-  int32_t first = find_open(open, 0);
+  int32_t first = find(open, 0, true);
+  if (first == width_) return;
+  uint8_t is_open[kBlock];
+  imageprocess::bytes_of_bits(is_open, open, width_);
   while (first < width_) {
-    int32_t last = first;
-    int32_t next = find_open(open, last + 1);
-    while (next < width_ && next - last <= radius_) {
-      last = next;
-      next = find_open(open, last + 1);
+    int32_t end = find(open, first, false);
+    int32_t next = find(open, end, true);
+    while (next < width_ && next - end < radius_) {
+      end = find(open, next, false);
+      next = find(open, end, true);
     }
-    imageprocess::median_run_by_histograms(all, open, first, last, y, result);
+    imageprocess::median_run_by_histograms(all, is_open, first, end - 1, y, result);
     first = next;
   }
 }
 
-// First open pixel from x on, or the block's width.
-int32_t OpenMedians::find_open(const uint8_t* open, int32_t x) const {
-  if (x < width_ && open[x] != 0) return x;
-  const void* found = std::memchr(open + x, 255, static_cast<size_t>(width_ - x));
-  if (found == nullptr) return width_;
-  return static_cast<int32_t>(static_cast<const uint8_t*>(found) - open);
+// First pixel from x on whose bit is set, or is not, or the block's width.
+int32_t OpenMedians::find(const uint64_t* open, int32_t x, bool is_set) const {
+  constexpr int32_t kBits = 64;
+  const uint64_t flipped = is_set ? 0 : ~uint64_t{0};
+  for (; x < width_; x = (x / kBits + 1) * kBits) {
+    const uint64_t bits = (open[x / kBits] ^ flipped) >> (x % kBits);
+    if (bits != 0) return std::min(x + std::countr_zero(bits), width_);
+  }
+  return width_;
 }
 
 }  // namespace kel::mask

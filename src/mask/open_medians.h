@@ -24,15 +24,15 @@ class OpenMedians {
   // Goes to the top of the block of `width` columns that starts at `left`.
   void start(int32_t left, int32_t width);
 
-  // result[x] = the median around pixel left + x of row y where open[x] is 255; the others, where
-  // it is 0, are left alone. y must not decrease within a block.
-  void select(const uint8_t* open, int32_t y, uint8_t* result);
+  // result[x] = the median around pixel left + x of row y where bit x of `open` is set; the others
+  // are left alone, bits behind the block are 0. y must not decrease within a block.
+  void select(const uint64_t* open, int32_t y, uint8_t* result);
 
  private:
   template <typename Value>
   using Buffer = std::vector<Value, Uninitialised<Value>>;
 
-  int32_t find_open(const uint8_t* open, int32_t x) const;
+  int32_t find(const uint64_t* open, int32_t x, bool is_set) const;
 
   const cv::Mat& src_;
   const int32_t radius_;

@@ -42,6 +42,20 @@ TEST_F(Smooth, SmallMedianOfFlatAreas) {
   }
 }
 
+// Gray areas that begin and end at every place in words of bits, and fill blocks, between black.
+TEST_F(Smooth, MedianOfGrayRuns) {
+  test::Random random(6);
+  for (const int width : {64, 65, 128, 511, 512, 513, 576, 1025}) {
+    TestImage src(QX_FMT_GRAY, width, 60);
+    src.fill(0);
+    for (int y = 20; y < 60; ++y) {
+      const int gap = y < 40 ? 0 : random.range(0, width);
+      for (int x = gap; x < width; ++x) src.row(y)[x] = static_cast<uint8_t>(random.range(1, 254));
+    }
+    for (const int ksize : {7, 15, 31, 33}) expect_smooth(src.clone(), ksize, MKBlur::Median);
+  }
+}
+
 TEST_F(Smooth, EveryTypeAndShape) {
   test::Random random(3);
   for (const auto& [width, height] : test::kShapes) {
