@@ -134,4 +134,8 @@ TEST(Arguments, Values) {
   }
 }
 
+TEST(Version, IsThatOfTheRelease) {
+  EXPECT_STREQ(qxMorvik_version(), "Morvik Version: 1.3.52-gfe8a37c-ios-iphone-mk_ios");
+}
+
 }  // namespace

@@ -29,6 +29,15 @@ TEST(Elementary, ExpThatIsHardToRound) {
     EXPECT_EQ(kel::exp_of_negative(x), static_cast<float>(std::exp(static_cast<long double>(x))))
         << x;
   }
+  test::Random random(2);
+  for (int i = 0; i < 100000; ++i) {
+    const auto odd = static_cast<long double>(2 * random.range(1 << 23, (1 << 24) - 1) + 1);
+    const long double middle = std::ldexp(odd, -24 - random.range(1, 126));
+    const auto x = static_cast<double>(std::log(middle));
+    const long double exact = std::exp(static_cast<long double>(x));
+    if (std::fabs(exact / middle - 1) < 0x1p-60L) continue;  // not exact enough
+    ASSERT_EQ(kel::exp_of_negative(x), static_cast<float>(exact)) << x;
+  }
 }
 
 }  // namespace

@@ -351,8 +351,9 @@ TEST(Kernels, SpreadRow) {
         (plain ? spread_row_plain : spread_row)(
             {tables.data(), kStride, kLevels, found, kWidth, &run, 1, targets}, maxima);
         std::copy_n(tables.begin(), kStride, to + kStride + 2 * kWidth);
+        std::memcpy(to + 2 * kStride + 2 * kWidth, &found, sizeof found);
       };
-      expect_equal(2 * kStride + 2 * kWidth, true, false, spread_found);
+      expect_equal(2 * kStride + 2 * kWidth + 8, true, false, spread_found);
     }
   }
 }
@@ -475,12 +476,12 @@ TEST(Kernels, MeansThatSinglePrecisionMisses) {
       uint16_t* const first = columns.data() + ksize * kMeanRows;
       std::fill_n(first, pixel * kMeanRows, uint16_t{kColumn});
       std::fill_n(first + pixel * kMeanRows, kMeanRows, static_cast<uint16_t>(sum % kColumn));
-      for (const int64_t single : {0, 1000}) {
+      for (const int single : {0, pixel, pixel + 1, 1000}) {
         const auto run = [&](auto along, uint8_t* to) {
           WindowSums sums{};
           auto* means = reinterpret_cast<uint8_t(*)[kMeanRows][2]>(to);
           along(sums, MeanAlong{means, first, pixel + 1, single, ksize, 1});
-          ASSERT_EQ(means[pixel / 2][0][pixel % 2] == exact, single == 0);
+          ASSERT_EQ(means[pixel / 2][0][pixel % 2] == exact, single <= pixel);
         };
         expect_equal((pixel + 2) * kMeanRows, mean_along_plain, mean_along, run);
       }

@@ -92,6 +92,7 @@ TEST_F(Resize, RandomShapes) {
 TEST_F(Resize, WideAndExtremeShapes) {
   for (const uint32_t format : {QX_FMT_GRAY, QX_FMT_ARGB, QX_FMT_RGB24, QX_FMT_NV12}) {
     for (const auto& [from, to] : {std::pair<test::Shape, test::Shape>{{2, 3}, {5499, 2}},
+                                   {{1, 9}, {5463, 16}},
                                    {{4300, 4}, {3333, 3}},
                                    {{4200, 8}, {2100, 4}},
                                    {{90, 60}, {3, 2}},

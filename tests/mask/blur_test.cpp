@@ -126,6 +126,11 @@ TEST_F(Smooth, MeanAndGaussianOfMasks) {
       expect_smooth(src, ksize, MKBlur::Gaussian, 2, 30);
     }
   }
+  for (const int edge : {16, 32, 384}) {  // straight, between the areas that are looked at
+    const TestImage src = test::make_mask(Kind::Empty, 400, 300);
+    cv::Mat(300, 400, CV_8UC1, src.descriptor().plane[0]).colRange(0, edge).setTo(255);
+    for (const int ksize : {15, 31, 99}) expect_smooth(src, ksize, MKBlur::Gaussian);
+  }
 }
 
 // Large images are shared over threads, in bands of rows.

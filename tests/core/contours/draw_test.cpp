@@ -49,14 +49,17 @@ void expect_pixels(const BitMask& mask, const cv::Mat& expected, const std::stri
   ASSERT_EQ(cv::norm(got, expected, cv::NORM_INF), 0.0) << expected.size() << ' ' << what;
 }
 
+void expect_stroked(cv::Size size, const Contours& contours, int radius) {
+  cv::Mat expected = cv::Mat::zeros(size, CV_8UC1);
+  cv::drawContours(expected, contours, -1, cv::Scalar(255), 2 * radius, 0);
+  BitMask mask(size.width, size.height);
+  kel::stroke_contours(mask, contours, radius);
+  expect_pixels(mask, expected, "radius " + std::to_string(radius));
+}
+
 TEST(StrokeContours, EveryWidth) {
   with_random_contours(20000, [](cv::Size size, const Contours& contours, test::Random& random) {
-    const int radius = random.range(0, random.range(0, 3) == 0 ? 500 : 20);
-    cv::Mat expected = cv::Mat::zeros(size, CV_8UC1);
-    cv::drawContours(expected, contours, -1, cv::Scalar(255), 2 * radius, 0);
-    BitMask mask(size.width, size.height);
-    kel::stroke_contours(mask, contours, radius);
-    expect_pixels(mask, expected, "radius " + std::to_string(radius));
+    expect_stroked(size, contours, random.range(0, random.range(0, 3) == 0 ? 500 : 20));
   });
 }
 
@@ -69,12 +72,15 @@ TEST(StrokeContours, FewAndManyPoints) {
     Contours contours(static_cast<size_t>(random.range(1, round % 2 == 0 ? 20 : 2000)));
     for (kel::Contour& contour : contours) contour = random_contour(random, size, 1);
     for (size_t i = 0; i < contours.size(); ++i) contours[i].resize(i % 3 == 0 ? 3 : 1);
-    cv::Mat expected = cv::Mat::zeros(size, CV_8UC1);
-    cv::drawContours(expected, contours, -1, cv::Scalar(255), 2 * radius, 0);
-    BitMask mask(size.width, size.height);
-    kel::stroke_contours(mask, contours, radius);
-    expect_pixels(mask, expected, "radius " + std::to_string(radius));
+    expect_stroked(size, contours, radius);
   }
+}
+
+// Rows of many discs, farther to the right the lower they are.
+TEST(StrokeContours, StepsOfManyPoints) {
+  Contours contours;
+  for (int i = 0; i < 500; ++i) contours.push_back({{300 * (i % 4) + i / 2, 3 + 100 * (i % 4)}});
+  for (const int radius : {1, 5, 20, 45, 64}) expect_stroked({1400, 400}, contours, radius);
 }
 
 class FillContours : public test::JudgedByOpenCv {};
