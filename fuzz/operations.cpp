@@ -76,8 +76,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const robust::Variant& variant = kVariants[choice.next() % kVariants.size()];
   const auto flush = static_cast<robust::Flush>(choice.pick(0, 1));
   // Small images, and judges for a share of them: more calls a second.
-  const bool small = choice.pick(0, 7) != 0;
-  const bool judged = choice.pick(0, 3) == 0;
+  const bool small = choice.pick(0, 15) != 0;
+  const bool judged = choice.pick(0, 7) == 0;
   const int width = choice.pick(1, small ? 20 : 70);
   Scene scene(variant, width, choice.pick(1, small ? 12 : 30), flush, choice);
   if (!judged) scene.judge = [] { return true; };
