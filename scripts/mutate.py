@@ -8,6 +8,7 @@ import os
 import pathlib
 import random
 import re
+import resource
 import subprocess
 import time
 
@@ -25,9 +26,10 @@ STATEMENT = re.compile(r"^\s+((?!return\b|using\b|const\b|static\b|constexpr\b|a
                        r"(\+\+|--)?[\w:\]\[.*>()-]+( [-+*/|&^<>]*= .*|\(.*\)|\+\+|--)?|continue|break);$")
 WORK = pathlib.Path("build/mutate")
 # One instruction set, the best of this machine: kernels compile in two seconds instead of ten.
-FLAGS = "-O1 -DNDEBUG -march=native -DHWY_COMPILE_ONLY_STATIC"
+FLAGS = "-O1 -DNDEBUG -D_GLIBCXX_ASSERTIONS -march=native -DHWY_COMPILE_ONLY_STATIC"
 
 SHORT = 5  # seconds; longer tests are run on what the others let pass, in the end
+MEMORY = 12 << 30  # bytes of a test's address space: a mutation may ask for anything
 
 Mutation = collections.namedtuple("Mutation", "file line kind before after")
 # `lines` has those with code that a test program saw, `reached` those that the test ran.
@@ -88,8 +90,9 @@ class Tree:
         self.copy_sources()
         subprocess.run(
             ["cmake", "-S", self.root, "-B", self.build_folder, "-G", "Ninja",
-             "-DCMAKE_BUILD_TYPE=None", "-DMORVIK_BUILD_TOOLS=OFF", "-DCMAKE_C_COMPILER=clang-19",
-             "-DCMAKE_CXX_COMPILER=clang++-19", f"-DCMAKE_CXX_FLAGS={FLAGS} {flags}"],
+             "-DCMAKE_BUILD_TYPE=None", "-DMORVIK_BUILD_TOOLS=OFF", "-DMORVIK_BUILD_EXAMPLES=OFF",
+             "-DCMAKE_C_COMPILER=clang-19", "-DCMAKE_CXX_COMPILER=clang++-19",
+             f"-DCMAKE_CXX_FLAGS={FLAGS} {flags}"],
             check=True, stdout=subprocess.DEVNULL)
         listed = subprocess.run(["ninja", "-C", self.build_folder, "-t", "targets", "all"],
                                 check=True, capture_output=True, text=True).stdout
@@ -120,7 +123,8 @@ class Tree:
             return subprocess.run(
                 [self.programs[program], f"--gtest_filter={test}", "--gtest_fail_fast",
                  "--gtest_brief=1"], cwd=self.root, timeout=limit, capture_output=True,
-                env=os.environ | environment).returncode == 0
+                env=os.environ | environment, preexec_fn=lambda: resource.setrlimit(
+                    resource.RLIMIT_AS, (MEMORY, MEMORY))).returncode == 0
         except subprocess.TimeoutExpired:
             return False
 
@@ -242,7 +246,7 @@ class Judge:
             if reach.program not in built and not self.tree.build(reach.program):
                 return "does not compile"
             built.add(reach.program)
-            if not self.tree.passes(reach.program, reach.test, 20 * reach.seconds + 10):
+            if not self.tree.passes(reach.program, reach.test, 10 * reach.seconds + 10):
                 return "noticed by " + reach.test
         return "SURVIVES" if reached else "SURVIVES, not reached"
 
@@ -251,6 +255,7 @@ def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--mutations", type=int)
     parser.add_argument("--seed", type=int)
+    parser.add_argument("--log", type=pathlib.Path, default=WORK / "verdicts.jsonl")
     parser.add_argument("files", nargs="+")
     given = parser.parse_args()
     generator = random.Random(given.seed)
@@ -259,15 +264,46 @@ def main():
     # A change of a header compiles many sources anew: these come last.
     mutations.sort(key=lambda mutation: mutation.file.endswith(".h"))
     judge = Judge()
-    verdicts = {}
+    log = Log(given.log)
     for are_short in (True, False):
         for mutation in mutations:
-            if not verdicts.get(mutation, "SURVIVES") == "SURVIVES":
-                continue
-            verdicts[mutation] = judge.verdict(mutation, are_short)
-            print(f"{time.strftime('%T')} {where(mutation)}: {mutation.kind}: "
-                  f"{mutation.after.strip()}: {verdicts[mutation]}", flush=True)
-    report(verdicts)
+            if log.is_open(mutation, are_short):
+                verdict = judge.verdict(mutation, are_short)
+                log.add(mutation, are_short, verdict)
+                print(f"{time.strftime('%T')} {where(mutation)}: {mutation.kind}: "
+                      f"{mutation.after.strip()}: {verdict}", flush=True)
+    report({mutation: log.verdicts[log.key(mutation)] for mutation in mutations})
+
+
+class Log:
+    """Verdicts, kept so that an interrupted run goes on where it was; those of a file that has
+    changed do not count."""
+
+    def __init__(self, path):
+        self.path = path
+        self.verdicts, self.rounds = {}, {}
+        if path.exists():
+            for line in path.read_text().splitlines():
+                key, is_short, verdict = json.loads(line)
+                self.keep(tuple(key), is_short, verdict)
+
+    def keep(self, key, is_short, verdict):
+        self.verdicts[key], self.rounds[key] = verdict, is_short
+
+    @staticmethod
+    def key(mutation):
+        text = pathlib.Path(mutation.file).read_bytes()
+        return (hashlib.sha256(text).hexdigest()[:12], *mutation)
+
+    def is_open(self, mutation, are_short):
+        key = self.key(mutation)
+        return key not in self.verdicts or (
+            self.verdicts[key] == "SURVIVES" and self.rounds[key] and not are_short)
+
+    def add(self, mutation, are_short, verdict):
+        self.keep(self.key(mutation), are_short, verdict)
+        with self.path.open("a") as file:
+            file.write(json.dumps([self.key(mutation), are_short, verdict]) + "\n")
 
 
 def where(mutation):

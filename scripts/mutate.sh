@@ -7,6 +7,7 @@
 #   MUTATIONS=n   changes in all, chosen at random; 200 by default, 0 for all there are
 #   SEED=n        of that choice; 1 by default
 #   JOBS=n        compilers side by side; 1 by default
+# Verdicts are kept in build/mutate: an interrupted run goes on where it was.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/lib.sh
