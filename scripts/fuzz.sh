@@ -3,7 +3,7 @@
 # (fuzz/corpus) and those that earlier runs found (out/fuzz), where findings are written, too; these
 # end the script with an error.
 # Usage: scripts/fuzz.sh [--write] [seconds for each target, 60 by default] [target...]
-#        scripts/fuzz.sh --minimise   replaces the kept inputs by fewer that reach as much
+#        scripts/fuzz.sh --minimise   replaces the kept inputs by few that reach the same code
 # --write brings the table in docs/reliability.md up to date: executions with the sources as they
 # are, those of earlier runs included.
 set -euo pipefail
@@ -15,8 +15,9 @@ case ${1:-} in --write | --minimise) action=${1#--} && shift ;; esac
 seconds=${1:-60}
 shift || true
 [[ -d /dev/shm ]] && export TMPDIR=/dev/shm  # landmark files
-# A tenth faster; the tests look for uses of a stack after its function.
-export ASAN_OPTIONS=detect_stack_use_after_return=0:quarantine_size_mb=16
+# Faster. The tests look for uses of a stack after its function; what is found is run again without
+# these options for the stack of an allocation.
+export ASAN_OPTIONS=detect_stack_use_after_return=0:quarantine_size_mb=16:malloc_context_size=0
 cmake --preset fuzz >/dev/null
 targets=("$@")
 ((${#targets[@]})) || targets=($(sed -n 's/.*morvik_fuzz_\([a-z]*\)\.dir.*/\1/p' \
@@ -31,8 +32,8 @@ longest() { [[ $1 == pictures ]] && echo 4096 || echo 2048; }
 minimise() {
   local target=$1
   rm -rf "out/fuzz/$target.merged" && mkdir -p "out/fuzz/$target.merged"
-  build/fuzz/fuzz/morvik_fuzz_"$target" -merge=1 -max_len="$(longest "$target")" "out/fuzz/$target.merged" \
-    "out/fuzz/$target" "fuzz/corpus/$target" >"out/fuzz/$target.log" 2>&1
+  build/fuzz/fuzz/morvik_fuzz_"$target" -set_cover_merge=1 -use_counters=0 -max_len="$(longest "$target")" \
+    "out/fuzz/$target.merged" "out/fuzz/$target" "fuzz/corpus/$target" >"out/fuzz/$target.log" 2>&1
   rm -rf "fuzz/corpus/$target" && cp -r "out/fuzz/$target.merged" "fuzz/corpus/$target"
   echo "$target: $(ls "fuzz/corpus/$target" | wc -l) inputs"
 }
@@ -40,7 +41,8 @@ minimise() {
 run() {
   local target=$1 count counts=out/fuzz/$1.$sources.executions
   build/fuzz/fuzz/morvik_fuzz_"$target" -max_total_time="$seconds" -timeout=25 -rss_limit_mb=4096 \
-    -max_len="$(longest "$target")" -entropic=0 -reload=0 -print_final_stats=1 -artifact_prefix="out/fuzz/$target-" \
+    -max_len="$(longest "$target")" -entropic=0 -reload=0 -print_final_stats=1 \
+    -artifact_prefix="out/fuzz/$target-" \
     "out/fuzz/$target" "fuzz/corpus/$target" >"out/fuzz/$target.log" 2>&1 ||
     { tail -n 60 "out/fuzz/$target.log"; return 1; }
   count=$(sed -n 's/^stat::number_of_executed_units: *//p' "out/fuzz/$target.log")
