@@ -18,11 +18,11 @@ uint64_t fnv1a(std::span<const uint8_t> bytes) {
 
 }  // namespace
 
-Group digest(const Variant& variant, int side) {
-  Choice choice = random_choice(static_cast<uint64_t>(side));
+Group digest(const Variant& variant, Size size) {
+  Choice choice = random_choice(static_cast<uint64_t>(size.width));
   Group group;
   for (int draw = 0; draw < kDraws; ++draw) {
-    Scene scene(variant, side + draw % 2, side * 3 / 4, Flush::kAtEnd, choice);
+    Scene scene(variant, size.width + draw % 2, size.height, Flush::kAtEnd, choice);
     if (draw == 0) group.name = scene.name;
     scene.run();
     group.draws.push_back(fnv1a(scene.outcome()));

@@ -8,8 +8,8 @@
 int main(int argc, char** argv) {
   const bool each = argc > 1 && std::string_view(argv[1]) == "--draws";
   for (const robust::Variant& variant : robust::variants()) {
-    for (const int side : robust::kDigestSides) {
-      const robust::Group group = robust::digest(variant, side);
+    for (const robust::Size size : robust::kDigestSizes) {
+      const robust::Group group = robust::digest(variant, size);
       for (size_t i = 0; each && i < group.draws.size(); ++i) {
         std::printf("%s, draw %zu: %s\n", group.name.c_str(), i,
                     robust::hexadecimal(group.draws[i]).c_str());
