@@ -99,4 +99,28 @@ TEST(OddValues, TakeNoLongerThanOthers) {
   }
 }
 
+// Dots that cover a share of the pixels, in percent.
+TestImage dots(int width, int height, int share) {
+  TestImage image(QX_FMT_GRAY, width, height);
+  cv::Mat pixels(height, width, CV_8UC1, image.row(0));
+  cv::theRNG().state = 1;
+  cv::randu(pixels, 0, 100);
+  cv::threshold(pixels, pixels, share - 1, 255, cv::THRESH_BINARY_INV);
+  return image;
+}
+
+TEST(OddImages, AreBoundedByPixelsAndPoints) {
+  // Above 2^23 pixels speckle once took 35 s instead of 0.02.
+  compare("holes", dots(2049, 4093, 10), dots(2050, 4098, 10), [](const TestImage& image) {
+    const TestImage filled = image.clone();
+    mvk_make_up_holes(&filled.descriptor(), &image.descriptor(), 127);
+  });
+  const TestImage dense = dots(640, 360, 40);
+  for (uint32_t mode = MK_OMODE_STROKE; mode <= MK_OMODE_HULL_FILL_STROKE; ++mode) {
+    compare("width of a stroke", uint16_t{3}, uint16_t{500}, [&](uint16_t expand) {
+      outline(dense, {mode, MK_OCHAIN_ALL, expand, MK_OSMOOTH_NONE, 0, nullptr, 127});
+    });
+  }
+}
+
 }  // namespace
