@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs copies, rotations, conversions, the bounding box, scaling and smoothing on images above 2^31
-# bytes. Takes minutes and 7 GiB of free memory. Usage: scripts/test-large.sh [gtest arguments]
+# bytes. Takes minutes and 8 GiB of available memory. Usage: scripts/test-large.sh [gtest arguments]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/lib.sh

@@ -1,6 +1,6 @@
 // Images above 2^31 bytes: offsets do not fit 32 bits. Copies and rotations are compared pixel by
 // pixel with the pattern they were given, conversions, scaling and smoothing with the same call on
-// bands of rows. Needs some 7 GB of memory; scripts/test-large.sh runs it.
+// bands of rows. Needs some 8 GB of memory; scripts/test-large.sh runs it.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -59,10 +59,10 @@ struct Image {
   }
 };
 
-// An even side with which an image of this format passes 2^31 bytes.
+// A side, whole numbers of thirds and pairs, with which an image of this format passes 2^31 bytes.
 int large_side(uint32_t format) {
   const double pixels = static_cast<double>(kTwoGiB) / kel::imageprocess::bytes_per_pixel(format);
-  return (static_cast<int>(std::sqrt(pixels)) / 64 + 1) * 64;
+  return (static_cast<int>(std::sqrt(pixels)) / 192 + 1) * 192;
 }
 
 // Rows [y, y + rows) of `large` are those of `small` from row `first` on.
@@ -141,15 +141,16 @@ TEST(Large, BoundingBox) {
 
 TEST(Large, Scaling) {
   constexpr int kRows = 32;
-  constexpr int kReach = 16;  // more rows than any method looks at
-  for (const uint32_t format : {QX_FMT_GRAY, QX_FMT_ARGB}) {
-    for (const bool enlarge : {false, true}) {
-      const int large = large_side(format);
-      Image src(format, enlarge ? large / 2 : large, enlarge ? large / 2 : large);
-      Image dst(format, enlarge ? large : large / 2, enlarge ? large : large / 2);
+  constexpr int kReach = 16;                             // more rows than any method looks at
+  constexpr int kSides[][2] = {{6, 3}, {6, 4}, {3, 6}};  // in sixths of the larger one
+  for (const uint32_t format : {QX_FMT_GRAY, QX_FMT_RGB24, QX_FMT_ARGB, QX_FMT_NV21}) {
+    for (const auto [from, to] : kSides) {
+      const int sixth = large_side(format) / 6;
+      Image src(format, from * sixth, from * sixth);
+      Image dst(format, to * sixth, to * sixth);
       src.fill();
       const int side = dst.descriptor.width;
-      const auto in_src = [enlarge](int rows) { return enlarge ? rows / 2 : rows * 2; };
+      const auto in_src = [from, to](int rows) { return rows * from / to; };
       for (uint32_t method = MVK_RESIZE_NEAREST; method <= MVK_RESIZE_AREA; ++method) {
         SCOPED_TRACE(method);
         EXPECT_EQ(mvk_resize(&dst.descriptor, &src.descriptor, method), MVK_OK);
