@@ -3,6 +3,7 @@
 import argparse
 import json
 import re
+from pathlib import Path
 
 
 PIXELS = {"1920x1080": 1920 * 1080, "4032x3024": 4032 * 3024}
@@ -76,20 +77,22 @@ def peers(results):
     return [(who, measured) for who, measured in results.items() if who != "morvik"]
 
 
-def print_all(groups, floors):
+def print_all(groups, floors, on_all_cores):
     print("| operation | size | Morvik, us | floor, us | times floor | peak, KB "
-          "| peer | peer, us | peak, KB | ratio |")
-    print("|---|---|---:|---:|---:|---:|---|---:|---:|---:|")
+          "| peer | peer, us | peer's peak, KB | all cores | ratio |")
+    print("|---|---|---:|---:|---:|---:|---|---:|---:|---:|---:|")
     for (operation, size), results in groups.items():
         own = results["morvik"]
         floor = floors.get(own.traffic)
         of_floor = f"{floor:.1f} | {own.time / floor:.1f}" if floor else " | "
         start = f"| {operation} | {size} | {own.time:.1f} | {of_floor} | {own.peak:.0f} |"
         for who, peer in peers(results):
-            print(f"{start} {who} | {peer.time:.1f} | {peer.peak:.0f} "
+            shared = on_all_cores.get((operation, size))
+            ratio = f"{shared[who].time / shared['morvik'].time:.2f}" if shared else ""
+            print(f"{start} {who} | {peer.time:.1f} | {peer.peak:.0f} | {ratio} "
                   f"| {peer.time / own.time:.2f} |")
         if not peers(results):
-            print(f"{start} | | | |")
+            print(f"{start} | | | | |")
 
 
 def main():
@@ -97,6 +100,8 @@ def main():
     parser.add_argument("--highlights", metavar="PATTERN", help="only these, without the peaks")
     parser.add_argument("--worst", type=int, metavar="N", help="the N lowest ratios only")
     parser.add_argument("--growth", action="store_true", help="how times grow with the size")
+    parser.add_argument("--all-cores", metavar="FOLDER",
+                        help="with files of the same names, measured on all cores: their ratios, too")
     parser.add_argument("results", nargs="+", help="JSON files")
     arguments = parser.parse_args()
     groups, floors = read_results(arguments.results)
@@ -107,7 +112,10 @@ def main():
     elif arguments.growth:
         print_growth(groups)
     else:
-        print_all(groups, floors)
+        folder = arguments.all_cores
+        on_all_cores, _ = read_results(Path(folder, Path(path).name) for path in arguments.results
+                                       ) if folder else ({}, {})
+        print_all(groups, floors, on_all_cores)
 
 
 if __name__ == "__main__":

@@ -18,12 +18,18 @@ GROWTH = {
 NUMBER = re.compile(r"^[\d.]+$")
 
 
-def rows(text, columns):
-    """The cells of the tables that have this many columns, headings left out."""
+def rows(text, *columns):
+    """The cells of these columns, of the tables that have them all."""
+    names = []
     for line in text.splitlines():
-        cells = [cell.strip() for cell in line.strip().strip("|").split("|")]
-        if len(cells) == columns and NUMBER.match(cells[-1]):
-            yield cells
+        if not line.startswith("|"):
+            names = []
+            continue
+        cells = [cell.strip() for cell in line.strip("|").split("|")]
+        names = names or cells
+        chosen = [cells[names.index(column)] for column in columns] if set(columns) <= set(names) else []
+        if chosen and NUMBER.match(chosen[-1]):
+            yield chosen
 
 
 def pixels(size):
@@ -46,10 +52,10 @@ def line(x0, y0, x1, y1, kind="grid"):
 
 def ratios(readme):
     """Bars of the README's table: how many times faster than the peer, on a logarithmic axis."""
-    table = list(rows(readme, 5))
+    table = list(rows(readme, "operation", "compared with", "ratio"))
     left, right, step, top = 345, 720, 28, 30
-    most = max(float(row[4]) for row in table)
-    least = min(0.5, 0.8 * min(float(row[4]) for row in table))
+    most = max(float(row[-1]) for row in table)
+    least = min(0.5, 0.8 * min(float(row[-1]) for row in table))
     scale = (right - left) / math.log10(most / least)
     at = lambda ratio: left + scale * math.log10(ratio / least)  # noqa: E731
     height = top + step * len(table) + 10
@@ -58,7 +64,7 @@ def ratios(readme):
         if mark <= most:
             parts += [line(at(mark), top - 6, at(mark), height - 8, "one" if mark == 1 else "grid"),
                       text(at(mark), top - 12, f"{mark}×", "axis", "middle")]
-    for i, (operation, _, _, peer, ratio) in enumerate(table):
+    for i, (operation, peer, ratio) in enumerate(table):
         y, value = top + i * step, float(ratio)
         x, end = sorted((at(1), at(value)))
         parts.append(f'<rect x="{x:.1f}" y="{y + 3}" width="{max(end - x, 1):.1f}" height="{step - 9}" rx="3" '
@@ -71,7 +77,7 @@ def ratios(readme):
 def growth(benchmarks):
     """Microseconds against pixels, both logarithmic."""
     series = {name: {} for name in GROWTH}
-    for operation, size, us, *_ in rows(benchmarks, 8):
+    for operation, size, us in rows(benchmarks, "operation", "size", "Morvik, us"):
         if operation in series:
             series[operation].setdefault(pixels(size), float(us))
     series = {name: sorted(points.items()) for name, points in series.items() if len(points) > 1}
@@ -103,7 +109,8 @@ def growth(benchmarks):
 def memory(benchmarks):
     """Bytes on the heap a pixel, beside the peer's, of what needs any."""
     wanted = {}
-    for operation, size, _, peak, peer, _, peer_peak, _ in rows(benchmarks, 8):
+    columns = ("operation", "size", "peer", "peak, KB", "peer's peak, KB")
+    for operation, size, peer, peak, peer_peak in rows(benchmarks, *columns):
         if size == "1920x1080" and float(peer_peak) > 1000 and peer in ("as written", "libyuv"):
             wanted.setdefault(operation.split(",")[0], (operation, float(peak), float(peer_peak)))
     left, right, step, top = 300, 720, 34, 14
