@@ -382,7 +382,7 @@ MVK_API void mvk_outline_destroy(void* handle, MKGetOutline* result);
  * An existing file is replaced; count < 1 leaves it empty. A null path, or null points with
  * count >= 1, give MVK_BAD_ARGUMENT. Anything else gives MVK_OK, even if the file cannot be opened
  * or written. Folders and devices are treated like files that cannot be opened; FIFOs and terminals
- * work, and a FIFO waits for its other end, as in any program.
+ * work, and a FIFO waits for its other end and for the end of each line, as in any program.
  */
 MVK_API uint32_t mvk_write_landmarks(const void* points, int count, const char* path, int is_float,
                                      int dims, char separator);
