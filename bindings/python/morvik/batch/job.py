@@ -6,15 +6,16 @@ import json
 import os
 import time
 from dataclasses import dataclass, field
-from typing import Any, Callable
+from typing import Any, Callable, Iterable, Iterator
 
 import numpy as np
 
 from .. import faces, images, masks, raw, shapes
 from .._arrays import Size
-from . import pictures
+from . import files, pictures
 
 _TRIES = 3
+_POINT_ENDINGS = (".txt", ".csv")
 
 
 @dataclass(frozen=True)
@@ -40,6 +41,7 @@ class Job:
     reading: pictures.Reading = pictures.Reading()
     writing: pictures.Writing = pictures.Writing()
     skip_existing: bool = False
+    run: str = ""  # tells the parts of this run from those of others
 
 
 def _sticker(photo: Any, mask: Any, color: str, **options: Any) -> Any:
@@ -121,12 +123,23 @@ OPERATIONS = {
 }
 
 
-def _partner(pattern: str, stem: str) -> str:
-    """The file of a stem: ``masks/*.png`` names it, a folder means PNG files in it."""
+def partner_pattern(given: str) -> str:
+    """A folder, or a pattern whose one ``*`` stands for the stem of the partner."""
+    folder, _, last = given.rpartition("/")
+    if last == "*":
+        return folder
+    if last.count("*") > 1 or "?" in last:
+        raise files.Unusable(f"{given}: a partner's pattern has one '*', which stands for the stem of the first file")
+    return given
+
+
+def _partners(pattern: str, stem: str) -> list[str]:
+    """Where the partner of a stem may be: ``masks/*.png`` names it, in a folder it has any ending."""
     folder, _, last = pattern.rpartition("/")
     if "*" in last:
-        return f"{folder}/{last.replace('*', stem, 1)}" if folder else last.replace("*", stem, 1)
-    return f"{pattern.rstrip('/')}/{stem}.png"
+        return [f"{folder}/{last.replace('*', stem)}"]
+    endings = (*pictures.ENDINGS, *map(str.upper, pictures.ENDINGS))
+    return [f"{pattern.rstrip('/')}/{stem}{ending}" for ending in endings]
 
 
 def _folder(pattern: str) -> str:
@@ -134,29 +147,88 @@ def _folder(pattern: str) -> str:
     return (folder or ".") if "*" in last or "?" in last else pattern.rstrip("/")
 
 
+def _stem(name: str) -> str:
+    return os.path.splitext(name)[0]
+
+
+def _output_name(job: Job, name: str) -> str:
+    return f"{_stem(name)}.{job.ending}"
+
+
 def output_of(job: Job, name: str) -> str:
-    return f"{job.out.rstrip('/')}/{os.path.splitext(name)[0]}.{job.ending}"
+    return f"{job.out.rstrip('/')}/{_output_name(job, name)}"
 
 
-def exists(url: str) -> bool:
-    fs, path = pictures.filesystem(url)
-    return bool(fs.exists(path))
+def sources(job: Job, role: str = "") -> Iterator[str]:
+    """Names of the files of a role, by default of the one that names the results."""
+    role = role or OPERATIONS[job.operation].inputs[0]
+    return files.names(job.folders[role], _POINT_ENDINGS if role == "landmarks" else pictures.ENDINGS)
+
+
+def _hashes(names: Iterable[str]) -> Any:
+    """Eight bytes a name, sorted: that much memory there is for millions of them."""
+    return np.sort(np.fromiter(map(hash, names), np.int64))
+
+
+def _refuse_twins(names: Callable[[], Iterator[str]], key: Callable[[str], str], sentence: str) -> int:
+    """The number of names; Unusable when the keys of two are the same."""
+    hashes = _hashes(map(key, names()))
+    doubled = set(hashes[1:][hashes[1:] == hashes[:-1]].tolist())
+    seen: dict[str, str] = {}
+    for name in names() if doubled else ():
+        if hash(key(name)) in doubled and seen.setdefault(key(name), name) != name:
+            raise files.Unusable(sentence.format(*sorted((seen[key(name)], name)), key(name)))
+    return len(hashes)
+
+
+def survey(job: Job) -> int:
+    """The number of files to do. Refuses runs that would write a file twice, or over an input."""
+    first, *others = OPERATIONS[job.operation].inputs
+    count = _refuse_twins(lambda: sources(job), lambda name: _output_name(job, name), "{} and {} would both become {}")
+    if count == 0:
+        raise files.Unusable(f"{job.folders[first]} holds no files to work on")
+    for role in others:
+        if "*" not in job.folders[role].rpartition("/")[2]:
+            _refuse_twins(lambda: sources(job, role), _stem, "{} and {} differ in their endings only")
+    for role in (first, *others):
+        if files.same_folder(_folder(job.folders[role]), job.out):
+            _refuse_inputs(job, role)
+    return count
+
+
+def _refuse_inputs(job: Job, role: str) -> None:
+    """Results go to the folder of this role: none may have the name of a file that is read."""
+    inputs = _hashes(sources(job, role))
+    for name in sources(job):
+        output = _output_name(job, name)
+        at = np.searchsorted(inputs, hash(output))
+        if at < len(inputs) and inputs[at] == hash(output):
+            raise files.Unusable(f"{output_of(job, name)} is an input; inputs are never overwritten")
 
 
 def _input(job: Job, role: str, name: str) -> tuple[Any, pictures.Colors]:
     first = role == OPERATIONS[job.operation].inputs[0]
     pattern = job.folders[role]
-    path = f"{_folder(pattern)}/{name}" if first else _partner(pattern, os.path.splitext(name)[0])
+    paths = [f"{_folder(pattern)}/{name}"] if first else _partners(pattern, _stem(name))
+    path, data = _first_of(paths)
     try:
-        data = _again(lambda: pictures.read(path))
         if role == "landmarks":
             return _points(data), pictures.Colors()
         pixels, colors = pictures.decode(data, job.reading)
         return pictures.as_mask(pixels, job.reading) if role == "masks" else pixels, colors
-    except FileNotFoundError:
-        raise ValueError(f"there is no {path}") from None
     except (ValueError, SyntaxError, OSError) as error:
         raise ValueError(f"{path}: {error}") from None
+
+
+def _first_of(paths: list[str]) -> tuple[str, bytes]:
+    for path in paths:
+        try:
+            return path, _again(lambda: files.read(path))
+        except FileNotFoundError:
+            continue
+        except OSError as error:
+            raise ValueError(f"{path}: {error}") from None
+    raise ValueError(f"there is no {paths[0]}" + (", nor one with another ending" if len(paths) > 1 else ""))
 
 
 def _points(data: bytes) -> Any:
@@ -189,14 +261,14 @@ def process(job: Job, name: str) -> dict[str, Any]:
     record: dict[str, Any] = {"name": name, "output": output_of(job, name)}
     try:
         use_one_thread()
-        if job.skip_existing and exists(record["output"]):
+        if job.skip_existing and files.exists(record["output"]):
             return {**record, "status": "skipped"}
         operation = OPERATIONS[job.operation]
         inputs, colors = zip(*(_input(job, role, name) for role in operation.inputs))
         result = operation.run(*inputs, **job.options)
         data = result.encode() if isinstance(result, str) else pictures.encode(
             result, job.ending, job.writing, colors[0] if operation.keeps_colors else pictures.Colors())
-        _again(lambda: pictures.write(record["output"], data))
+        _again(lambda: files.write(record["output"], data, job.run))
         record["status"] = "done"
     except MemoryError:
         record.update(status="failed", error="not enough memory")

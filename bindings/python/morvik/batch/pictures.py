@@ -1,26 +1,22 @@
-"""Picture files as arrays, wherever fsspec can read and write."""
+"""The bytes of picture files as arrays, and back."""
 
 from __future__ import annotations
 
-import fnmatch
 import io
-import os
 import struct
-import uuid
 from dataclasses import dataclass
-from typing import Any, Iterator
+from typing import Any
 
-import fsspec
 import numpy as np
-from fsspec.implementations.local import LocalFileSystem
 from PIL import Image as Pillow
-from PIL import ImageOps
+from PIL import ImageOps, UnidentifiedImageError
 from PIL.PngImagePlugin import PngInfo
 
 from .._arrays import Image
 from ..images import convert
 
-ENDINGS = (".png", ".jpg", ".jpeg", ".webp", ".bmp", ".tif", ".tiff")
+# Of those at the end, each gives a failure that says what it is, unless Pillow has a plugin for it.
+ENDINGS = (".png", ".jpg", ".jpeg", ".webp", ".bmp", ".tif", ".tiff", ".heic", ".heif", ".avif")
 MAX_PIXELS = 100_000_000
 Pillow.MAX_IMAGE_PIXELS = None  # the limit above is checked before pixels are decoded
 
@@ -51,46 +47,13 @@ class Colors:
         return self.icc if fits else None
 
 
-class Unusable(Exception):
-    """An argument that no file can be done with; its text is a sentence for the user."""
-
-
-def filesystem(url: str) -> tuple[Any, str]:
-    """The file system of a path or URL and the path in it."""
-    try:
-        return fsspec.core.url_to_fs(url)  # type: ignore[no-any-return]
-    except ImportError as error:
-        protocol = url.partition("://")[0]
-        raise Unusable(f"{protocol}:// needs a Python package that is not installed: {error}") from None
-    except ValueError as error:
-        raise Unusable(f"{url}: {error}") from None
-
-
-def is_local(fs: Any) -> bool:
-    return isinstance(fs, LocalFileSystem)
-
-
-def names(url: str) -> Iterator[str]:
-    """File names in a folder, or those that fit a pattern such as ``in/*.jpg``; in any order.
-
-    A local folder is read as it goes; of another store the names of the folder are listed at once.
-    """
-    fs, path = filesystem(url)
-    folder, _, pattern = path.rpartition("/")
-    if "*" not in pattern and "?" not in pattern:
-        folder, pattern = path, ""
-    if not fs.isdir(folder or "/"):
-        raise Unusable(f"{folder} is no folder")
-    listed = (entry.name for entry in os.scandir(folder or "/") if entry.is_file()) if is_local(fs) else (
-        entry["name"].rpartition("/")[2] for entry in fs.ls(folder, detail=True) if entry["type"] == "file")
-    for name in listed:
-        if fnmatch.fnmatchcase(name, pattern) if pattern else name.lower().endswith(ENDINGS):
-            yield name
-
-
 def decode(data: bytes, reading: Reading = Reading()) -> tuple[Image, Colors]:
     """Pixels as gray, BGR or BGRA, and what the file says about them."""
-    with Pillow.open(io.BytesIO(data)) as picture:
+    try:
+        opened = Pillow.open(io.BytesIO(data))
+    except UnidentifiedImageError:
+        raise ValueError("this is no picture that Pillow reads") from None
+    with opened as picture:
         if picture.width * picture.height > MAX_PIXELS:
             raise ValueError(f"{picture.width} x {picture.height} pixels; at most 100 million are read")
         colors = _colors_of(picture.info)
@@ -176,35 +139,3 @@ def as_mask(pixels: Image, reading: Reading = Reading()) -> Image:
     if reading.stretch and highest:
         mask = ((mask.astype(np.uint32) * 255 + highest // 2) // highest).astype(np.uint8)
     return mask
-
-
-def read(url: str) -> bytes:
-    fs, path = filesystem(url)
-    data: bytes = fs.cat_file(path)
-    return data
-
-
-PART = ".morvik-part-"
-
-
-def write(url: str, data: bytes) -> None:
-    """Writes beside the file and moves it there: a reader sees all of it or nothing."""
-    fs, path = filesystem(url)
-    folder, _, name = path.rpartition("/")
-    part = f"{folder}/{PART}{uuid.uuid4().hex}-{name}"
-    try:
-        fs.pipe_file(part, data)
-        fs.mv(part, path)
-    except BaseException:
-        if fs.exists(part):
-            fs.rm_file(part)
-        raise
-
-
-def remove_parts(url: str) -> int:
-    """Removes what workers that were killed left; returns how many there were."""
-    fs, path = filesystem(url)
-    left = [name for name in fs.ls(path, detail=False) if name.rpartition("/")[2].startswith(PART)]
-    for name in left:
-        fs.rm_file(name)
-    return len(left)
