@@ -3,6 +3,9 @@
 from __future__ import annotations
 
 import math
+import mmap
+import os
+import resource
 from typing import Any, NamedTuple
 
 import numpy as np
@@ -17,10 +20,24 @@ MAX_SIDE = 1 << 19
 MAX_BYTES = (1 << 31) - 1
 # From here on a call's scratch memory is asked for before: a call that finds none in the middle of
 # its work could only end the process.
-_LARGE = 1 << 26
+_LARGE = 1 << 16
+# Images of so many pixels are worked on by a pool of threads, which the first call starts.
+_SHARED = 1 << 17
+_THREADS = os.cpu_count() or 1
+_STACK = max(8 << 20, resource.getrlimit(resource.RLIMIT_STACK)[0]) + (1 << 20)
+
+# The most that was measured: of one thread beside some rows, and of contours for each step that they
+# go around.
+_SHARE = 4 << 20
+_STEP_BYTES = 128
 
 _UINT8 = np.dtype(np.uint8)
 FORMATS = {1: raw.GRAY, 3: raw.RGB24, 4: raw.ARGB}  # by channels
+_HINTS = {  # by kinds of dtype
+    "b": "; a mask of bools becomes one by 255 * mask.astype('uint8')",
+    "f": "; a mask of probabilities becomes one by 255 * (mask > 0.5).astype('uint8'), an image of 0 to "
+         "1 by (255 * image).round().astype('uint8')",
+}
 _SHAPES = {1: "height x width", 3: "height x width x 3", 4: "height x width x 4"}
 
 
@@ -70,9 +87,8 @@ def _check(array: Any, name: str, channels: tuple[int, ...]) -> int:
     if not isinstance(array, np.ndarray):
         raise TypeError(f"{name} is a numpy array, not {type(array).__name__}")
     if array.dtype != _UINT8:
-        hint = "; a mask of bools becomes one by 255 * mask.astype('uint8')"
         raise TypeError(f"{name} has dtype {array.dtype}, uint8 is expected"
-                        + (hint if array.dtype == bool else ""))
+                        + _HINTS.get(array.dtype.kind, ""))
     shape = array.shape
     count = 1 if len(shape) == 2 else shape[2] if len(shape) == 3 else 0
     if count not in channels or (len(shape) == 3 and count == 1):
@@ -124,12 +140,12 @@ def destination(
     for image in sources:
         if in_place and _address(out) == _address(image) and out.strides == image.strides:
             continue
-        if _overlap(out, image):
+        if overlap(out, image):
             raise ValueError("out overlaps an input")
     return out  # type: ignore[no-any-return]
 
 
-def _overlap(a: Image, b: Image) -> bool:
+def overlap(a: Image, b: Image) -> bool:
     if not np.may_share_memory(a, b):
         return False
     try:
@@ -153,10 +169,44 @@ def describe(array: Image, format: int | None = None) -> bytes:
     return raw.image(format, shape[1], shape[0], _address(array), _pitch(array))
 
 
-def make_room(size: int) -> None:
-    """Raises MemoryError when ``size`` bytes of scratch memory are not to be had."""
+def make_room(size: int, pixels: int = 0, columns: int = 0) -> None:
+    """Raises MemoryError when a call's scratch memory is not to be had.
+
+    That is ``size`` bytes and, of calls that share the work on so many pixels, what the pool's threads
+    start with and some rows of so many bytes in each.
+    """
+    share = _SHARE + 8 * columns
+    if pixels >= _SHARED:
+        size += (_THREADS - 1) * _STACK + min(_THREADS, pixels >> 16) * share
+    else:
+        size += min(share, 64 * pixels)
     if size > _LARGE:
-        np.empty(size, np.uint8)
+        try:
+            mmap.mmap(-1, size, mmap.MAP_PRIVATE | mmap.MAP_ANONYMOUS).close()
+        except OSError:
+            raise MemoryError(f"a call needs {size >> 20} MB for its work") from None
+
+
+def make_room_for_contours(mask: Image, level: int, spread: int | None) -> None:
+    """The same for calls that trace contours, which go around the steps between pixels above and not
+    above ``level``.
+
+    The shapes may be drawn larger before they are traced, by ``spread`` pixels, or without a known
+    bound (None). Steps are counted only where the memory for a checkerboard is not to be had.
+    """
+    most = 2 * _STEP_BYTES * mask.size
+    try:
+        make_room(most)
+    except MemoryError:
+        if spread is None:
+            raise
+        inside = np.pad(mask > level, 1)
+        down, across = inside[1:] ^ inside[:-1], inside[:, 1:] ^ inside[:, :-1]
+        steps = int(np.count_nonzero(down)) + int(np.count_nonzero(across))
+        # A shape has four corners or more, and a disc around it 8 steps more for a pixel of radius.
+        steps += 2 * spread * int(np.count_nonzero(down[:, 1:] ^ down[:, :-1]))
+        del inside, down, across
+        make_room(min(most, 2 * mask.size + _STEP_BYTES * steps))
 
 
 def check(code: int, function: str) -> None:
@@ -166,8 +216,13 @@ def check(code: int, function: str) -> None:
 
 
 def points_of(points: Any, name: str) -> NDArray[np.int32]:
-    """Points as the library takes them: N x 2 whole pixels, fractions rounded away from zero."""
+    """Points as the library takes them: N x 2 whole pixels, halves rounded away from zero.
+
+    N x 1 x 2, as OpenCV has contours, are taken, too.
+    """
     array = np.asarray(points)
+    if array.ndim == 3 and array.shape[1:] == (1, 2):
+        array = array[:, 0]
     if array.size == 0:
         return np.empty((0, 2), np.int32)
     if array.ndim != 2 or array.shape[1] != 2:
@@ -183,12 +238,14 @@ def points_of(points: Any, name: str) -> NDArray[np.int32]:
     return np.ascontiguousarray(array, np.int32)
 
 
-def finite(points: Any, name: str, rows: int, columns: tuple[int, ...]) -> NDArray[np.float64]:
+def finite(
+    points: Any, name: str, rows: int, columns: tuple[int, ...], hint: str = ""
+) -> NDArray[np.float64]:
     """``rows`` points as finite floating-point numbers."""
     array = np.asarray(points)
     if array.ndim != 2 or array.shape[0] != rows or array.shape[1] not in columns:
         expected = " or ".join(str(count) for count in columns)
-        raise ValueError(f"{name} has shape {array.shape}, {rows} x {expected} is expected")
+        raise ValueError(f"{name} has shape {array.shape}, {rows} x {expected} is expected{hint}")
     if array.dtype.kind not in "iuf":
         raise TypeError(f"{name} has dtype {array.dtype}, numbers are expected")
     if not np.isfinite(array).all():

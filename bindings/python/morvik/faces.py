@@ -17,6 +17,7 @@ Points = NDArray[np.float32]
 Path = Union[str, "os.PathLike[str]"]
 
 _STD, _INTERNAL, _MESH = 106, 96, 468
+_HINT = f"; of a refined mesh of 478 take the first {_MESH}, mesh[:{_MESH}]"
 
 
 def forehead(landmarks: Any, size: Sequence[int]) -> NDArray[np.int32]:
@@ -122,7 +123,7 @@ def landmarks_from_mesh(mesh: Any, size: Sequence[int]) -> Points:
     >>> landmarks_from_mesh(np.full((468, 3), 0.5), (100, 50))[16].tolist()
     [49.5, 24.5]
     """
-    points = finite(mesh, "mesh", _MESH, (2, 3))[:, :2] * size_of(size) - 0.5
+    points = finite(mesh, "mesh", _MESH, (2, 3), _HINT)[:, :2] * size_of(size) - 0.5
     face = np.empty((_STD, 2))
     face[:17] = _evenly(points[_LEFT], 17)
     face[16:33] = _evenly(points[_RIGHT], 17)
@@ -142,6 +143,12 @@ def _file_arguments(path: Path, separator: str) -> tuple[bytes, bytes]:
     return name, separator.encode()
 
 
+def _refuse_devices(path: Path) -> None:
+    """And pipes: the library is silent about some, and lines are counted before or after."""
+    if os.path.exists(path) and not os.path.isfile(path) and not os.path.isdir(path):
+        raise OSError(f"{os.fspath(path)} is no regular file")
+
+
 def read_landmarks(path: Path, *, separator: str = ",", dims: int = 2) -> Points:
     """The points of a landmark file: a line each, x and y (and z for ``dims`` 3).
 
@@ -155,6 +162,7 @@ def read_landmarks(path: Path, *, separator: str = ",", dims: int = 2) -> Points
     """
     whole(dims, "dims", 2, 3)
     name, mark = _file_arguments(path, separator)
+    _refuse_devices(path)
     count = _lines(path)
     points = np.zeros((count, dims), np.float32)
     check(library.mvk_read_landmarks(points.ctypes.data, count, name, 1, dims, mark),
@@ -177,7 +185,7 @@ def write_landmarks(path: Path, points: Any, *, separator: str = ",") -> None:
     Whole numbers are written as they are, others with six significant digits. Raises OSError when
     the file cannot be written.
 
-    >>> write_landmarks(os.devnull, [(1, 2), (3, 4)])
+    >>> write_landmarks(path, [(1, 2), (3, 4)])
     """
     name, mark = _file_arguments(path, separator)
     array = np.asarray(points)
@@ -191,9 +199,10 @@ def write_landmarks(path: Path, points: Any, *, separator: str = ",") -> None:
     if not is_float and array.size and (array.min() < -(1 << 31) or array.max() >= 1 << 31):
         raise ValueError("points has coordinates beyond 32 bits")
     array = np.ascontiguousarray(array, np.float32 if is_float else np.int32)
+    _refuse_devices(path)
     with open(path, "wb"):  # the library is silent about paths that cannot be opened
         pass
     check(library.mvk_write_landmarks(array.ctypes.data, len(array), name, int(is_float),
                                       array.shape[1], mark), "mvk_write_landmarks")
-    if os.path.isfile(path) and _lines(path) != len(array):
+    if _lines(path) != len(array):
         raise OSError(f"{os.fspath(path)} was not written as a whole")

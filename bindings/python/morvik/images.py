@@ -8,15 +8,24 @@ import numpy as np
 
 from . import raw
 from ._arrays import (
-    MAX_BYTES, Image, Size, address, check, check_size, choice, describe, destination, size_of, source,
-    whole,
+    MAX_BYTES, Image, Size, address, check, check_size, choice, describe, destination, make_room,
+    overlap, size_of, source, whole,
 )
 from .raw import library
 
 _FRAME_FORMATS = {"nv12": raw.NV12, "nv21": raw.NV21}
 _FORMATS = {"bgr": raw.RGB24, "bgra": raw.ARGB, "rgba": raw.ABGR, "gray": raw.GRAY, **_FRAME_FORMATS}
 _CHANNELS = {raw.RGB24: 3, raw.ARGB: 4, raw.ABGR: 4, raw.GRAY: 1}
+_ANY = 1 << 63
 _METHODS = {"nearest": 0, "linear": 1, "cubic": 2, "area": 3}
+
+
+def _kept(plane: Image, given: Image) -> Image:
+    """A view of a plane; read-only if it is a copy, in which nobody would look for what is written."""
+    view = plane.view()
+    if plane is not given:
+        view.flags.writeable = False
+    return view
 
 
 class Frame:
@@ -27,8 +36,8 @@ class Frame:
             for ``"nv21"``
     format  "nv12" or "nv21"
 
-    The planes may have padded rows; other strides are copied once. Raises ValueError when they do
-    not fit each other.
+    The planes may have padded rows; other strides are copied once, and the copy is read-only.
+    Raises ValueError when they do not fit each other.
 
     >>> frame = Frame(np.zeros((4, 6), np.uint8), np.full((2, 3, 2), 128, np.uint8), "nv21")
     >>> frame
@@ -39,14 +48,14 @@ class Frame:
 
     def __init__(self, y: Image, uv: Image, format: str = "nv21") -> None:
         choice(format, "format", _FRAME_FORMATS)
-        self._y: Image = source(y, "y", 1, packed=False).view()
+        self._y: Image = _kept(source(y, "y", 1, packed=False), y)
         height, width = self._y.shape
         pairs = (height + 1) // 2, (width + 1) // 2, 2
         if not isinstance(uv, np.ndarray) or uv.dtype != np.uint8 or uv.shape != pairs:
             raise ValueError(f"uv is a uint8 array of shape {pairs} for a frame of {width} x {height}")
         step = uv.strides[0]
         tight = uv[:1].flags.c_contiguous and width <= step and step * pairs[0] <= MAX_BYTES
-        self._uv: Image = uv.view() if tight else np.ascontiguousarray(uv)
+        self._uv: Image = _kept(uv if tight else np.ascontiguousarray(uv), uv)
         self._format = format
 
     @classmethod
@@ -145,12 +154,13 @@ def _frame_out(out: Any, size: Size, format: str, *sources: Image) -> Frame:
         return Frame.empty(size, format)
     if not isinstance(out, Frame) or out.format != format or out.size != size:
         raise ValueError(f"out has to be a Frame of format {format}, {size.width} x {size.height}")
+    if overlap(out.y, out.uv):
+        raise ValueError("the planes of out overlap")
     for plane in (out.y, out.uv):
         if not plane.flags.writeable:
-            raise ValueError("out is read-only")
-        for image in sources:
-            if np.shares_memory(plane, image):
-                raise ValueError("out overlaps an input")
+            raise ValueError("out is read-only, or made of planes whose strides cannot be written in place")
+        if any(overlap(plane, image) for image in sources):
+            raise ValueError("out overlaps an input")
     return out
 
 
@@ -226,6 +236,10 @@ def convert(image: Picture, to: str, *, format: str | None = None, out: Any = No
     return result
 
 
+def _row(image: Image) -> int:
+    return image.size // len(image)
+
+
 def resize(
     image: AnyPicture, size: Sequence[int], *, method: str = "area", out: AnyPicture | None = None
 ) -> AnyPicture:
@@ -249,12 +263,14 @@ def resize(
         if to.width % 2 or to.height % 2:
             raise ValueError(f"a frame has an even size; {to.width} x {to.height} is odd")
         frame = _frame_out(out, to, image.format, *_planes(even))
+        make_room(0, frame.y.size, _row(frame.y) + _row(even.y))
         check(library.mvk_resize(frame._describe(), even._describe(), code), "mvk_resize")
         return frame
     array = source(image, "image", 1, 3, 4, packed=False)
     channels = array.shape[2] if array.ndim == 3 else 1
     shape = _shape(size_of(size, channels=channels), channels)
     result = destination(out, shape, array, packed=False)
+    make_room(0, result.size, _row(result) + _row(array))
     check(library.mvk_resize(describe(result), describe(array), code), "mvk_resize")
     return result
 
@@ -272,7 +288,7 @@ def rotate(image: AnyPicture, angle: int, *, out: AnyPicture | None = None) -> A
     >>> rotate(np.array([[1, 2, 3]], np.uint8), 90).tolist()
     [[1], [2], [3]]
     """
-    if whole(angle, "angle", 0, 270) % 90:
+    if whole(angle, "angle", -_ANY, _ANY) not in (0, 90, 180, 270):
         raise ValueError(f"angle is {angle}; 0, 90, 180 or 270 is accepted")
     if isinstance(image, Frame):
         even = image._even()

@@ -9,14 +9,15 @@ import numpy as np
 
 from . import raw
 from ._arrays import (
-    MAX_BYTES, Image, Size, check, choice, describe, destination, make_room, points_of, size_of,
-    source, whole,
+    MAX_BYTES, Image, Size, check, choice, describe, destination, make_room, make_room_for_contours,
+    points_of, size_of, source, whole,
 )
 from .images import resize
 from .raw import library
 
 _FILTERS = {"mean": 0, "median": 1, "gaussian": 2, "bilateral": 3}
 _MAX_MASK_SIDE = 520
+_LARGEST_HOLE = 1 << 23  # pixels, up to which holes are filled without contours
 _ANY = (1 << 32) - 1
 
 
@@ -40,7 +41,7 @@ def _check_smooth(photo: Image, mask: Image, limit: int) -> None:
                          "both directions")
     larger = max(columns, rows)
     if limit >= max(width, height):
-        make_room(8 * width * height)
+        make_room(2 * width * height, width * height, width)
         return
     if 2 * limit < larger:
         raise ValueError(f"limit is {limit}; a mask of {columns} x {rows} needs {(larger + 1) // 2}")
@@ -48,7 +49,7 @@ def _check_smooth(photo: Image, mask: Image, limit: int) -> None:
     work = factor * factor * columns * rows
     if work > MAX_BYTES // 3:
         raise ValueError(f"limit is {limit}; the work would take {work} pixels")
-    make_room(8 * (work + width * height))
+    make_room(6 * work + 64 * columns * rows, work + width * height, width)
 
 
 def smooth_mask(
@@ -139,7 +140,10 @@ def fill_holes(mask: Image, *, level: int = 127, out: Image | None = None) -> Im
     mask = source(mask, "mask", 1, packed=True)
     level = whole(level, "level", 0, 254)
     result = destination(out, mask.shape, mask, packed=True, in_place=True)
-    make_room(4 * mask.size)
+    if mask.size > _LARGEST_HOLE:
+        make_room_for_contours(mask, level, 0)
+    else:
+        make_room(mask.size)
     check(library.mvk_make_up_holes(describe(result), describe(mask), level), "mvk_make_up_holes")
     return result
 
@@ -159,7 +163,7 @@ def morph(mask: Image, amount: int, *, out: Image | None = None) -> Image:
     if whole(amount, "amount", -200, 200) == 0:
         raise ValueError("an amount of 0 changes nothing; -200 to 200 without 0 is accepted")
     result = destination(out, mask.shape, mask, packed=True, in_place=True)
-    make_room(4 * mask.size)
+    make_room(mask.size, mask.size, mask.shape[1])
     check(library.mvk_mask_morph(describe(result), describe(mask), int(amount)), "mvk_mask_morph")
     return result
 
@@ -191,7 +195,7 @@ def blur(
         raise TypeError("sigma is a pair of whole numbers")
     first, second = (whole(value, "sigma", 0, _ANY) for value in sigma)
     result = destination(out, image.shape, image, packed=True, in_place=True)
-    make_room(8 * image.size)
+    make_room(0, image.size, image.size // len(image))
     check(library.mvk_smooth(describe(image), describe(result), int(kernel), code, 0, first, second),
           "mvk_smooth")
     return result
@@ -200,8 +204,8 @@ def blur(
 def fill_polygon(points: Any, size: Sequence[int], *, out: Image | None = None) -> Image:
     """A mask of ``size`` = (width, height): 255 inside a polygon and on its border, 0 elsewhere.
 
-    points  N x 2, x and y in pixels, (0, 0) the centre of the top-left pixel; fractions are
-            rounded. The polygon closes itself and may reach outside; one or two points are a dot
+    points  N x 2 or N x 1 x 2, x and y in pixels, (0, 0) the centre of the top-left pixel; fractions
+            are rounded. The polygon closes itself and may reach outside; one or two points are a dot
             or a line, none give an empty mask
     out     H x W array that is written instead of a fresh one
 
@@ -215,6 +219,7 @@ def fill_polygon(points: Any, size: Sequence[int], *, out: Image | None = None) 
     result = destination(out, (height, width), packed=True)
     if np.may_share_memory(result, corners):
         raise ValueError("out overlaps an input")
+    make_room(result.size + 32 * len(corners))
     check(library.mvk_fill_area_up(describe(result), len(corners), corners.ctypes.data),
           "mvk_fill_area_up")
     return result

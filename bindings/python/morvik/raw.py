@@ -134,13 +134,13 @@ def _load() -> ctypes.CDLL:
     for name in _candidates():
         try:
             library = ctypes.CDLL(name)
-        except OSError as error:
-            failures.append(f"  {name}: {error}")
+            for function, (result, arguments) in _FUNCTIONS.items():
+                entry = getattr(library, function)
+                entry.restype = result
+                entry.argtypes = arguments
+        except (OSError, AttributeError) as error:  # none, or another library
+            failures.append(f"  {name!r}: {error}")
             continue
-        for function, (result, arguments) in _FUNCTIONS.items():
-            entry = getattr(library, function)
-            entry.restype = result
-            entry.argtypes = arguments
         version = library.qxMorvik_version().decode()
         if not version.startswith(f"Morvik Version: {VERSION}-"):
             raise ImportError(f"morvik {VERSION} does not work with {name}, which says {version!r}")

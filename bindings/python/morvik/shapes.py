@@ -10,7 +10,8 @@ from numpy.typing import NDArray
 
 from . import raw
 from ._arrays import (
-    Image, check, check_size, choice, describe, destination, make_room, points_of, size_of, source, whole,
+    MAX_BYTES, MAX_SIDE, Image, check, check_size, choice, describe, destination,
+    make_room_for_contours, points_of, size_of, source, whole,
 )
 from .images import Frame, convert, resize
 from .masks import bbox, blur, fill_polygon, fit_mask
@@ -63,11 +64,11 @@ def outlines(
     if isinstance(mask, Frame):
         if mask.format != "nv21":
             raise ValueError("frames are traced as nv21; give frame.y of another one")
-        image, pixels = mask._describe(), mask.y.size
+        array, image = mask.y, mask._describe()
     else:
         array = source(mask, "mask", 1, packed=True)
-        image, pixels = describe(array), array.size
-    make_room(6 * pixels)
+        image = describe(array)
+    make_room_for_contours(array, threshold, expand if "stroke" in mode else None)
     return _trace(image, record)
 
 
@@ -213,14 +214,18 @@ def coco_rle_to_mask(rle: Dict[str, Any]) -> Image:
     >>> coco_rle_to_mask({"size": [1, 4], "counts": [1, 2, 1]}).tolist()
     [[0, 255, 255, 0]]
     """
-    if not isinstance(rle, dict) or not {"size", "counts"} <= rle.keys() or len(rle["size"]) != 2:
+    if not isinstance(rle, dict) or not {"size", "counts"} <= rle.keys() or np.shape(rle["size"]) != (2,):
         raise ValueError('run lengths are {"size": [height, width], "counts": ...}')
-    height, width = (whole(side, "size", 1, 1 << 19) for side in rle["size"])
+    height, width = (whole(side, "size", 1, MAX_SIDE) for side in rle["size"])
     check_size(width, height, "the mask")
-    counts = rle["counts"]
-    if isinstance(counts, (str, bytes)):
-        counts = _rle_counts(counts.encode() if isinstance(counts, str) else counts)
-    if any(not isinstance(count, int) or count < 0 for count in counts) or sum(counts) != height * width:
+    given = rle["counts"]
+    if isinstance(given, (str, bytes)):
+        counts = _rle_counts(given.encode() if isinstance(given, str) else given)
+    elif isinstance(given, (list, tuple, np.ndarray)):
+        counts = [whole(count, "a count", 0, MAX_BYTES) for count in given]
+    else:
+        raise TypeError(f"counts is a text, bytes or a list, not {type(given).__name__}")
+    if min(counts, default=0) < 0 or sum(counts) != height * width:
         raise ValueError(f"the counts do not make a mask of {width} x {height}")
     values = np.tile(np.array([0, 255], np.uint8), len(counts) // 2 + 1)[: len(counts)]
     return np.ascontiguousarray(np.repeat(values, counts).reshape(width, height).T)
@@ -279,7 +284,6 @@ def sticker(
     if limit is None:
         limit = max(1, min(max(512, larger // 4), larger - 1))
     result = destination(out, (*photo.shape[:2], 4), photo, mask, packed=False)
-    make_room(40 * photo.size)
     opaque = photo if photo.shape[2] == 3 else convert(photo, "bgr")
     fitted = fit_mask(opaque, mask, snap=snap, limit=limit)
     as_it_is = hard_edge or (np.array_equal(fitted, mask) and bool(((mask != 0) & (mask != 255)).any()))

@@ -1,5 +1,6 @@
 """What is refused, and that nothing given to a function can do more than raise."""
 
+import inspect
 import os
 import tempfile
 
@@ -16,10 +17,12 @@ BGR = np.full((20, 30, 3), 9, np.uint8)
 SMALL = np.full((5, 6), 255, np.uint8)
 FRAME = morvik.Frame.empty((30, 20))
 FACE = np.zeros((106, 2))
+WIDE, PAIRS = np.full((20, 60), 9, np.uint8), np.zeros((10, 15, 2), np.uint8)
 
 WRONG = [
     (lambda: morvik.morph([[1, 2]], 3), TypeError, "mask is a numpy array, not list"),
-    (lambda: morvik.morph(GRAY.astype(float), 3), TypeError, "mask has dtype float64, uint8"),
+    (lambda: morvik.morph(GRAY.astype(np.int16), 3), TypeError, "mask has dtype int16, uint8"),
+    (lambda: morvik.morph(GRAY.astype(np.float32), 3), TypeError, r"255 \* \(mask > 0.5\).astype"),
     (lambda: morvik.fill_holes(GRAY > 3), TypeError, "astype"),
     (lambda: morvik.morph(BGR, 3), ValueError, r"mask has shape \(20, 30, 3\), height x width is"),
     (lambda: morvik.blur(GRAY[:, :, None], 3), ValueError, "height x width or height x width x 3"),
@@ -62,7 +65,14 @@ WRONG = [
     (lambda: morvik.resize(GRAY, (5, 5), method="best"), ValueError, "one of nearest"),
     (lambda: morvik.resize(FRAME, (5, 4)), ValueError, "odd"),
     (lambda: morvik.resize(morvik.Frame.empty((1, 4)), (2, 2)), ValueError, "no whole pair"),
-    (lambda: morvik.rotate(GRAY, 45), ValueError, "0, 90, 180 or 270"),
+    *[(lambda angle=angle: morvik.rotate(GRAY, angle), ValueError, f"angle is {angle}; 0, 90, 180 or 270")
+      for angle in (45, -90, 360)],
+    # Frames that hold a copy of the caller's plane, or planes that share memory.
+    (lambda: morvik.convert(BGR, "nv21", out=morvik.Frame(WIDE[:, ::2], PAIRS)), ValueError, "strides"),
+    (lambda: morvik.convert(BGR, "nv21", out=morvik.Frame(GRAY, WIDE.reshape(20, 30, 2)[:10, ::2])), ValueError, "strides"),
+    (lambda: morvik.convert(BGR, "nv21", out=morvik.Frame(WIDE[:, :30], WIDE[:10, 20:50].reshape(10, 15, 2))),
+     ValueError, "planes of out overlap"),
+    (lambda: morvik.convert(BGR, "nv21", out=morvik.Frame(BGR[..., 0], PAIRS)), ValueError, "strides"),
     (lambda: morvik.Frame(GRAY, np.zeros((10, 30), np.uint8)), ValueError, r"shape \(10, 15, 2\)"),
     (lambda: morvik.Frame(GRAY, np.zeros((10, 15, 2), np.uint8), "bgr"), ValueError, "nv12, nv21"),
     (lambda: morvik.Frame.from_bytes(bytes(899), (30, 20)), ValueError, "has 900"),
@@ -70,17 +80,24 @@ WRONG = [
     (lambda: morvik.forehead(FACE[:95], (9, 9)), ValueError, "106 or 96"),
     (lambda: morvik.to_internal_layout(FACE + np.inf), ValueError, "no finite"),
     (lambda: morvik.landmarks_from_mesh(FACE, (9, 9)), ValueError, "468 x 2 or 3"),
+    (lambda: morvik.landmarks_from_mesh(np.zeros((478, 3)), (9, 9)), ValueError, r"mesh\[:468\]"),
     (lambda: morvik.read_landmarks("/nowhere/at/all"), FileNotFoundError, "nowhere"),
+    (lambda: morvik.read_landmarks("/dev/null"), OSError, "no regular file"),
+    (lambda: morvik.write_landmarks("/dev/full", FACE), OSError, "no regular file"),
+    (lambda: morvik.write_landmarks("/dev/null", FACE), OSError, "no regular file"),
     (lambda: morvik.read_landmarks("/"), IsADirectoryError, "directory"),
     (lambda: morvik.write_landmarks("/nowhere/at/all", FACE), FileNotFoundError, "nowhere"),
     (lambda: morvik.write_landmarks("/dev/full\0", FACE), ValueError, "zero byte"),
-    (lambda: morvik.write_landmarks(os.devnull, FACE, separator="1"), ValueError, "separator"),
+    (lambda: morvik.write_landmarks("x", FACE, separator="1"), ValueError, "separator"),
     (lambda: morvik.sticker(BGR, GRAY), ValueError, "no pixel of the mask is above 127"),
     (lambda: morvik.sticker(BGR, GRAY, color=(1, 2)), ValueError, "blue, green, red"),
     (lambda: morvik.sticker(BGR, GRAY, color="#fff"), ValueError, "blue, green, red.*#fff"),
     (lambda: morvik.outlines_to_svg(None, (3, 3)), TypeError, "a list of N x 2 arrays"),
     (lambda: morvik.outlines_to_svg([], (3, 3), color=5), TypeError, "a text such as"),
-    (lambda: morvik.coco_rle_to_mask({"size": [2, 2]}), ValueError, "run lengths are"),
+    *[(lambda rle=rle: morvik.coco_rle_to_mask(rle), ValueError, "run lengths are")
+      for rle in (None, {"size": [2, 2]}, {"size": 5, "counts": [5]}, {"size": [2, 2, 1], "counts": [4]})],
+    *[(lambda counts=counts: morvik.coco_rle_to_mask({"size": [2, 2], "counts": counts}), TypeError, "count")
+      for counts in (None, 4, [4.0], ["4"], [True, 3])],
     (lambda: morvik.coco_rle_to_mask({"size": [2, 2], "counts": "5"}), ValueError, "do not make"),
 ]
 
@@ -160,19 +177,17 @@ def any_frame(draw):
     return morvik.Frame(np.zeros((height, width), np.uint8), pairs, draw(st.sampled_from(["nv12", "nv21"])))
 
 
-THINGS = st.one_of(any_array(), any_array(), any_frame(), NUMBERS,
+RUN_LENGTHS = st.fixed_dictionaries({}, optional={  # of COCO
+    "size": st.one_of(NUMBERS, st.tuples(st.integers(1, 9), st.integers(1, 9)), any_array()),
+    "counts": st.one_of(NUMBERS, st.lists(NUMBERS, max_size=4), st.binary(max_size=9), any_array())})
+THINGS = st.one_of(any_array(), any_array(), any_frame(), NUMBERS, RUN_LENGTHS, st.binary(max_size=99),
                    st.lists(st.tuples(NUMBERS, NUMBERS), max_size=4), st.tuples(NUMBERS, NUMBERS),
                    st.tuples(st.integers(1, 50), st.integers(1, 50)), st.sampled_from([os.devnull, "rgba", "gray", "nv12"]))
+# Every function of the package, and what it takes beyond its first arguments.
 FUNCTIONS = {
-    name: sorted(options) for name, options in {
-        "smooth_mask": {"snap", "limit", "out"}, "fill_holes": {"level", "out"}, "morph": {"out"},
-        "blur": {"filter", "sigma", "out"}, "fill_polygon": {"out"}, "bbox": {"level"},
-        "outlines": {"points", "polygon", "center", "threshold"}, "convert": {"format", "out"},
-        "resize": {"method", "out"}, "rotate": {"out"}, "forehead": set(), "to_internal_layout": set(),
-        "landmarks_from_mesh": set(), "write_landmarks": {"separator"}, "sticker": {"expand", "color", "crop", "limit"},
-        "outlines_to_svg": {"color"}, "outlines_to_coco": set(), "outlines_to_geojson": set(),
-        "mask_to_coco_rle": {"level"}, "Frame": set(),
-    }.items()
+    item.__qualname__: (item, [p.name for p in inspect.signature(item).parameters.values() if p.default is not p.empty])
+    for item in [getattr(morvik, name) for name in morvik.__all__] + [morvik.Frame.empty, morvik.Frame.from_bytes]
+    if callable(item) and item not in (morvik.Box, morvik.Size)
 }
 NAMES = st.sampled_from(["median", "bilateral", "nearest", "cubic", "rgba", "simple", "polar-center", "vector", " ", ";"])
 
@@ -181,12 +196,19 @@ NAMES = st.sampled_from(["median", "bilateral", "nearest", "cubic", "rgba", "sim
           suppress_health_check=list(HealthCheck))
 @given(st.data())
 def test_nothing_crashes(data):
-    name = data.draw(st.sampled_from(sorted(FUNCTIONS)))
+    function, names = FUNCTIONS[data.draw(st.sampled_from(sorted(FUNCTIONS)))]
     arguments = data.draw(st.lists(THINGS, min_size=1, max_size=3))
-    options = data.draw(st.dictionaries(st.sampled_from(FUNCTIONS[name] or ["none"]), st.one_of(THINGS, NAMES), max_size=2))
-    if name == "write_landmarks":
+    options = data.draw(st.dictionaries(st.sampled_from(names or ["none"]), st.one_of(THINGS, NAMES), max_size=2))
+    if function is morvik.write_landmarks:
         arguments[0] = os.path.join(tempfile.gettempdir(), "morvik-hostile.txt")
     try:
-        getattr(morvik, name)(*arguments, **options)
+        function(*arguments, **options)
     except (TypeError, ValueError, OverflowError, MemoryError):
         pass
+    except OSError:
+        assert function is morvik.read_landmarks
+
+
+def test_every_function_is_driven():
+    assert len(FUNCTIONS) == len(morvik.__all__) - 3 + 2  # without Box, Size and raw
+    assert "fit" in FUNCTIONS["sticker"][1] and FUNCTIONS["version"][1] == []

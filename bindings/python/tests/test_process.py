@@ -22,9 +22,9 @@ MASK = np.kron(np.eye(9, dtype=np.uint8), np.full((90, 90), 255, np.uint8))
 
 
 @pytest.mark.parametrize("module", ["", ".images", ".masks", ".shapes", ".faces"])
-def test_examples(module, monkeypatch):
+def test_examples(module, monkeypatch, tmp_path):
     monkeypatch.chdir(ROOT)
-    names = {"np": np, "os": os, **{name: getattr(morvik, name) for name in morvik.__all__}}
+    names = {"np": np, "path": tmp_path / "face.txt", **{name: getattr(morvik, name) for name in morvik.__all__}}
     result = doctest.testmod(importlib.import_module("morvik" + module), extraglobs=names)
     assert result.attempted > 0 and result.failed == 0
     public = [getattr(morvik, name) for name in morvik.__all__ if name not in ("raw", "Size", "Box")]
@@ -64,6 +64,9 @@ def python(code, **environment):
 def test_a_missing_library_is_a_sentence():
     said = python("import morvik", MORVIK_LIBRARY="/nowhere/libmorvik.so")
     assert "libmorvik1" in said and "/nowhere/libmorvik.so: cannot open" in said
+    for other in ("", "libc.so.6"):
+        said = python("import morvik", MORVIK_LIBRARY=other)
+        assert "ImportError: morvik: the library was not found" in said and f"  {other!r}: " in said
     assert "morvik 0 does not work" in python(
         "import morvik.raw as raw; raw.VERSION = '0'; raw._load()")
     assert "laid out in another way" in python(
@@ -111,6 +114,54 @@ def test_beside_opencv(first, second):
         "    assert (cv2.GaussianBlur(image, (9, 9), 0) == morvik.blur(image, 9)).all()\n"
         "    assert (cv2.resize(image, (300, 200), interpolation=cv2.INTER_AREA) == morvik.resize(image, (300, 200))).all()\n"
         "print('agree')") == "agree"
+
+
+# In so many MB, beside 16 for each thread of the pool, a call has to work; in less it may say that memory
+# is short. Whatever is left, it must not end the process.
+ROOM = {
+    "morvik.outlines(board, 'stroke', 0)": 200,
+    "morvik.outlines(board, 'polar', 9, 1)": 200,
+    "morvik.outlines(noise, 'fill-stroke', 0)": 900,
+    "morvik.outlines(noise, 'stroke', 1, 5)": 900,
+    "morvik.outlines(shape, 'fill-stroke', 12, 1)": 24,
+    "morvik.fill_holes(shape)": 8,
+    "morvik.fill_holes(dots)": 1300,
+    "morvik.morph(noise, 8)": 12,
+    "morvik.morph(shape, -200)": 12,
+    "morvik.blur(photo, 25, filter='median')": 12,
+    "morvik.blur(photo, 9)": 12,
+    "morvik.blur(photo, 9, filter='bilateral')": 12,
+    "morvik.resize(photo, (1700, 1700), method='cubic')": 12,
+    "morvik.resize(photo, (500, 500))": 4,
+    "morvik.smooth_mask(photo, noise[:500, :500].copy(), snap=True)": 32,
+    "morvik.smooth_mask(photo, shape[::4, ::4].copy(), limit=1400)": 32,
+    "morvik.sticker(photo, shape)": 150,
+}
+
+
+@pytest.mark.parametrize("call", ROOM)
+def test_short_memory_ends_no_process(call):
+    rooms = python(f"""
+import os, resource, morvik, numpy as np
+noise = np.random.default_rng(1).integers(0, 2, (1500, 1500), np.uint8) * 255
+photo, shape, board = np.repeat(noise[:, :, None], 3, 2), np.zeros_like(noise), np.zeros((700, 725), np.uint8)
+shape[200:1200, 300:900] = board[::2, ::2] = board[1::2, 1::2] = 255
+if "dots" in {call!r}:  # in a hole so large that its contours are traced
+    dots = np.zeros((3000, 3000), np.uint8)
+    dots[::2, ::2] = dots[0] = dots[-1] = dots[:, 0] = dots[:, -1] = 255
+used = int(next(line for line in open("/proc/self/status") if line.startswith("VmSize")).split()[1]) << 10
+for room in [1, 2, 4, 8, 12, 16, 24, 32, 64, 100, 200, 400, {ROOM[call]} + 16 * os.cpu_count()]:
+    process = os.fork()
+    if not process:
+        resource.setrlimit(resource.RLIMIT_AS, (used + (room << 20),) * 2)
+        try:
+            {call}
+        except MemoryError:
+            os._exit(3)
+        os._exit(0)
+    print(os.waitstatus_to_exitcode(os.waitpid(process, 0)[1]))
+""").split()
+    assert set(rooms) <= {"0", "3"} and rooms[-1] == "0", rooms
 
 
 def test_nothing_leaks():

@@ -173,11 +173,13 @@ def test_run_lengths(runs, text):
     mask = np.repeat(np.array([0, 255] * 2, np.uint8)[: len(runs)], runs).reshape(2, -1, order="F")
     rle = morvik.mask_to_coco_rle(mask)
     assert rle["counts"] == text
-    for counts in (text, text.encode(), runs):
+    for counts in (text, text.encode(), runs, np.array(runs, np.uint32)):
         np.testing.assert_array_equal(morvik.coco_rle_to_mask({"size": mask.shape, "counts": counts}), mask)
 
 
 def test_polygons_of_other_formats():
+    corners = np.array(CORNERS, np.int32)
+    np.testing.assert_array_equal(morvik.fill_polygon(corners[:, None], (70, 50)), morvik.fill_polygon(corners, (70, 50)))
     ring = morvik.fill_polygon([(5, 5), (60, 5), (60, 60), (5, 60)], (80, 80))
     ring[20:40, 20:40] = 0
     ring[26:32, 26:32] = 255
