@@ -34,7 +34,7 @@ Image full_mask(const ConstView& picture, const ConstView& from_network) {
 // The picture where the mask is, white up to 12 pixels around it, transparent beyond.
 Image sticker(const ConstView& picture, const ConstView& mask) {
   Image shape(Format::gray, mask.size());
-  for (const morvik::Outline& outline : morvik::outlines(mask)) {
+  for (const auto& outline : morvik::outlines(mask, {MK_OMODE_FILL_STROKE})) {
     const Image part = morvik::fill_polygon({outline.begin(), outline.end()}, mask.size());
     std::transform(shape.data(), shape.data() + shape.bytes(), part.data(), shape.data(),
                    [](uint8_t a, uint8_t b) { return std::max(a, b); });

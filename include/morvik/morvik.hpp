@@ -19,6 +19,7 @@
 #include <array>
 #include <cstddef>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <initializer_list>
 #include <iterator>
@@ -262,6 +263,36 @@ inline void require_destination(const ConstView& dst, Format format, Size size) 
           "the destination is " + text(dst.size()) + ", " + text(size) + " is needed");
 }
 
+// Whether two planes share bytes; views side by side in one image do not.
+inline bool share_bytes(const ConstView& a, int plane_a, const ConstView& b, int plane_b) {
+  const auto start = [](const ConstView& view, int plane) {
+    return reinterpret_cast<intptr_t>(view.row(0, plane));
+  };
+  const intptr_t pitch = b.pitch(plane_b);
+  for (int y = 0; y < a.rows(plane_a); ++y) {
+    const intptr_t from = start(a, plane_a) + intptr_t{y} * a.pitch(plane_a) - start(b, plane_b);
+    const intptr_t to = from + a.row_bytes(plane_a);
+    if (to <= 0) continue;
+    const intptr_t last = std::min<intptr_t>((to - 1) / pitch, b.rows(plane_b) - 1);
+    if (last * pitch + b.row_bytes(plane_b) > from) return true;
+  }
+  return false;
+}
+
+// Of a destination and a source, and of the destination's own planes.
+inline void require_apart(const ConstView& dst, const ConstView& src) {
+  bool apart = dst.planes() == 1 || !share_bytes(dst, 0, dst, 1);
+  for (int to = 0; to < dst.planes(); ++to) {
+    for (int from = 0; from < src.planes(); ++from) apart &= !share_bytes(dst, to, src, from);
+  }
+  require(apart, "the destination overlaps a source or itself");
+}
+
+// Of functions that can work in place: the very pixels of the source, or others.
+inline void require_apart_or_same(const ConstView& dst, const ConstView& src) {
+  if (dst.row(0) != src.row(0) || dst.pitch() != src.pitch()) require_apart(dst, src);
+}
+
 inline void require_packed(const ConstView& dst) {
   require(dst.is_packed(), "the destination has padded rows; this function writes packed ones");
 }
@@ -322,6 +353,7 @@ inline void copy(const View& dst, const ConstView& src) {
       src, {Format::rgb24, Format::argb, Format::gray, Format::nv12, Format::nv21}, "copy");
   detail::require_destination(dst, src.format(), src.size());
   if (is_two_plane(src.format())) detail::require_pairs(src.size());
+  detail::require_apart(dst, src);
   detail::check(mvk_copy(dst.record(), src.record()), "mvk_copy");
 }
 
@@ -334,6 +366,7 @@ inline void convert(const View& dst, const ConstView& src) {
   if (src.format() == Format::gray && is_two_plane(dst.format())) {
     detail::require_pairs(src.size());
   }
+  detail::require_apart(dst, src);
   detail::check(mvk_convert(dst.record(), src.record()), "mvk_convert");
 }
 
@@ -357,6 +390,7 @@ inline void resize(const View& dst, const ConstView& src, Scaling method = Scali
   detail::require(
       !is_two_plane(dst.format()) || dst.size() == detail::even(dst.size()),
       "a two-plane image is scaled to even sizes; " + detail::text(dst.size()) + " is odd");
+  detail::require_apart(dst, src);
   detail::check(
       mvk_resize(dst.record(), detail::even_part(src).record(), static_cast<uint32_t>(method)),
       "mvk_resize");
@@ -381,6 +415,7 @@ inline void rotate(const View& dst, const ConstView& src, int degrees) {
   detail::require(src.format() != Format::abgr, "rotate does not take ABGR");
   const ConstView even = detail::even_part(src);
   detail::require_destination(dst, src.format(), turned_size(src, degrees));
+  detail::require_apart(dst, src);
   if (detail::bytes_per_pixel(src.format()) > 1) {  // rows by pitch
     return detail::check(mvk_rotate(dst.record(), even.record(), degrees), "mvk_rotate");
   }
@@ -412,6 +447,8 @@ inline void smooth_mask(const View& dst, const ConstView& mask, const ConstView&
   detail::require(mask.width() < photo.width() && mask.height() < photo.height(),
                   given + "; it has to be smaller than the photograph (" +
                       detail::text(photo.size()) + ") in both directions");
+  detail::require_apart(dst, mask);
+  detail::require_apart(dst, photo);
   detail::check(
       mvk_make_mask_smooth(dst.record(), detail::Packed(mask).record(),
                            detail::Packed(photo).record(), options.snap ? 1u : 0u, options.limit),
@@ -431,6 +468,7 @@ inline void fill_holes(const View& dst, const ConstView& mask, int level = 127) 
   detail::require_destination(dst, Format::gray, mask.size());
   detail::require_packed(dst);
   detail::require_range(level, 0, 254, "the level");
+  detail::require_apart_or_same(dst, mask);
   detail::check(
       mvk_make_up_holes(dst.record(), detail::Packed(mask).record(), static_cast<uint32_t>(level)),
       "mvk_make_up_holes");
@@ -450,6 +488,7 @@ inline void morph(const View& dst, const ConstView& mask, int amount) {
   detail::require_packed(dst);
   detail::require_range(amount, -200, 200, "the amount");
   detail::require(amount != 0, "an amount of 0 changes nothing");
+  detail::require_apart_or_same(dst, mask);
   detail::check(mvk_mask_morph(dst.record(), detail::Packed(mask).record(), amount),
                 "mvk_mask_morph");
 }
@@ -462,9 +501,11 @@ inline Image morph(const ConstView& mask, int amount) {
 
 struct BlurOptions {
   MKBlur filter = MKBlur::Gaussian;
-  int kernel = 9;             // side in pixels, odd, 1 to 199; of Bilateral the diameter
-  uint32_t sigma_first = 0;   // Gaussian: across, 0 derives it from kernel; Bilateral: colours
-  uint32_t sigma_second = 0;  // Gaussian: down, 0 takes the first; Bilateral: pixels
+  int kernel = 9;  // side in pixels, odd, 1 to 199; of Bilateral the diameter
+  // Gaussian: across, in pixels, 0 derives it from kernel; Bilateral: in colours, 40 by default.
+  std::optional<uint32_t> sigma_first = std::nullopt;
+  // Gaussian: down, 0 takes the first; Bilateral: in pixels, 40 by default.
+  std::optional<uint32_t> sigma_second = std::nullopt;
 };
 
 // GRAY and RGB24. dst may be the source.
@@ -474,9 +515,12 @@ inline void blur(const View& dst, const ConstView& src, BlurOptions options = {}
   detail::require_packed(dst);
   detail::require_range(options.kernel, 1, 199, "the kernel");
   detail::require(options.kernel % 2 == 1, "the kernel is even; an odd number is needed");
+  detail::require_apart_or_same(dst, src);
+  const uint32_t sigma = options.filter == MKBlur::Bilateral ? 40 : 0;
   detail::check(
       mvk_smooth(detail::Packed(src).record(), dst.record(), static_cast<uint32_t>(options.kernel),
-                 options.filter, 0, options.sigma_first, options.sigma_second),
+                 options.filter, 0, options.sigma_first.value_or(sigma),
+                 options.sigma_second.value_or(sigma)),
       "mvk_smooth");
 }
 
@@ -610,7 +654,7 @@ class Outlines {
 };
 
 struct OutlineOptions {
-  uint32_t mode = MK_OMODE_FILL_STROKE;
+  uint32_t mode = MK_OMODE_STROKE;
   int expand = 12;                              // pixels, 0 to 500
   int smooth = 0;                               // per cent of an outline's length, 0 to 5
   bool ends_only = false;                       // the ends of straight runs instead of every pixel
@@ -658,6 +702,8 @@ inline std::array<TPOINT, 11> forehead(const std::vector<TPOINT>& landmarks, Siz
 namespace detail {
 
 inline size_t line_count(const std::string& path) {
+  std::error_code none;
+  require(std::filesystem::is_regular_file(path, none), path + " cannot be read");
   std::ifstream file(path, std::ios::binary);
   size_t lines = 0;
   char last = '\n';
@@ -689,10 +735,16 @@ template <class Point>
 void write_landmarks(const std::string& path, const std::vector<Point>& points,
                      char separator = ',') {
   static_assert(std::is_same_v<Point, PointF> || std::is_same_v<Point, TPOINT>);
+  using std::filesystem::file_type;
+  std::error_code none;  // the type says what is wrong
+  const file_type type = std::filesystem::status(path, none).type();
+  detail::require(type == file_type::regular || type == file_type::not_found,
+                  path + " is no regular file");
   detail::require(std::ofstream(path).good(), path + " cannot be written");
   detail::check(mvk_write_landmarks(points.data(), static_cast<int>(points.size()), path.c_str(),
                                     std::is_same_v<Point, PointF> ? 1 : 0, 2, separator),
                 "mvk_write_landmarks");
+  detail::require(detail::line_count(path) == points.size(), path + " was not written as a whole");
 }
 
 }  // namespace morvik

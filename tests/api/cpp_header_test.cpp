@@ -2,6 +2,9 @@
 // wherever the C functions refuse or silently do nothing.
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
+#include <csignal>
 #include <cstdio>
 #include <functional>
 #include <morvik/morvik.hpp>
@@ -146,9 +149,40 @@ TEST(CppHeader, ReadsAndWritesLandmarks) {
   morvik::write_landmarks(path, points);
   EXPECT_EQ(morvik::read_landmarks<TPOINT>(path).size(), points.size());
   EXPECT_EQ(morvik::read_landmarks(path)[1].x, -3.0f);
+  // A volume that is full: the file may have no more than a few bytes.
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+  const rlimit few{8, before.rlim_max};
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &few), 0);
+  EXPECT_THROW(morvik::write_landmarks(path, points), morvik::Error);
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+  (void)std::signal(SIGXFSZ, handler);
   std::remove(path.c_str());
   const std::vector<TPOINT> face(106, TPOINT{5, 5});
   EXPECT_EQ(morvik::forehead(face, {100, 100}).size(), 11u);
+}
+
+TEST(CppHeader, HasTheDefaultsOfTheOtherBindings) {
+  Image image(Format::gray, {30, 20});
+  for (size_t i = 0; i < image.bytes(); ++i) image.data()[i] = static_cast<uint8_t>(i * i * 7);
+  const Image usual = morvik::blur(image, {MKBlur::Bilateral, 5});
+  const Image same = morvik::blur(image, {MKBlur::Bilateral, 5, 40, 40});
+  const Image given = morvik::blur(image, {MKBlur::Bilateral, 5, 0, 0});
+  EXPECT_EQ(std::memcmp(usual.data(), same.data(), same.bytes()), 0);
+  EXPECT_NE(std::memcmp(usual.data(), given.data(), same.bytes()), 0);
+  EXPECT_EQ(morvik::OutlineOptions{}.mode, uint32_t{MK_OMODE_STROKE});
+}
+
+TEST(CppHeader, TakesViewsSideBySideAndInPlace) {
+  std::vector<uint8_t> memory(4096, 3);
+  const morvik::View left(Format::gray, {16, 16}, memory.data(), 32);
+  const morvik::View right(Format::gray, {16, 16}, memory.data() + 16, 32);
+  morvik::copy(right, left);
+  Image mask(Format::gray, {16, 16});
+  morvik::morph(mask, mask, 2);
+  morvik::fill_holes(mask, mask);
+  morvik::blur(mask, mask);
 }
 
 TEST(CppHeader, ReportsWithoutExceptions) {
@@ -230,6 +264,25 @@ TEST(CppHeader, RefusesWithASentence) {
          Image line(Format::nv12, {4, 1});
          morvik::copy(line.view(), line);
        }},
+      {"overlaps", [&] { morvik::rotate(out, out, 180); }},
+      {"overlaps",
+       [&] {
+         morvik::copy(padded, morvik::View(Format::gray, {20, 10}, memory.data() + 299, 32));
+       }},
+      {"overlaps",
+       [&] {
+         morvik::resize(padded, morvik::View(Format::gray, {9, 9}, memory.data() + 307, 400));
+       }},
+      {"overlaps",
+       [&] {
+         const morvik::View shared(Format::nv21, {20, 10}, memory.data(), 20, memory.data() + 199);
+         morvik::convert(shared, Image(Format::rgb24, {20, 10}));
+       }},
+      {"overlaps",
+       [&] {
+         const morvik::View packed(Format::gray, {20, 10}, memory.data());
+         morvik::morph(packed, morvik::View(Format::gray, {20, 10}, memory.data() + 199), 2);
+       }},
       {"padded rows", [&] { morvik::rotate(padded, mask, 180); }},
       {"padded rows", [&] { morvik::morph(padded, mask, 2); }},
       {"smaller than the photograph",
@@ -262,6 +315,9 @@ TEST(CppHeader, RefusesWithASentence) {
          (void)morvik::forehead(std::vector<TPOINT>(107), {9, 9});
        }},
       {"cannot be read", [] { (void)morvik::read_landmarks("/"); }},
+      {"cannot be read", [] { (void)morvik::read_landmarks("/dev/null"); }},
+      {"no regular file", [] { morvik::write_landmarks("/dev/full", std::vector<TPOINT>(1)); }},
+      {"no regular file", [] { morvik::write_landmarks("/dev/null", std::vector<TPOINT>(1)); }},
       {"cannot be written",
        [] { morvik::write_landmarks("/nowhere/at/all", std::vector<TPOINT>(1)); }},
   };
