@@ -20,6 +20,11 @@ export class Camera {
     return this.#stream !== undefined;
   }
 
+  /** Another one each time that the camera is started; undefined while it is off. */
+  get stream() {
+    return this.#stream;
+  }
+
   async start() {
     if (!navigator.mediaDevices) throw new Error("This page may not use a camera: it needs https or a loopback address.");
     try {
@@ -43,10 +48,10 @@ export class Camera {
     });
   }
 
-  /** The next frame, and the same at the network's size; undefined when the camera was stopped. */
-  async frame() {
+  /** The next frame, and the same at the network's size; undefined when the stream has ended meanwhile. */
+  async frame(stream) {
     await this.#next();
-    if (!this.isOn) return undefined;
+    if (this.#stream !== stream) return undefined;
     const image = await createImageBitmap(this.#video);
     return { image, forMask: await createImageBitmap(image, { resizeWidth: MASK_SIDE, resizeHeight: MASK_SIDE }) };
   }

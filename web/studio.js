@@ -18,7 +18,7 @@ const viewer = new Viewer({
 const camera = new Camera($("video"));
 const FRAMES = 30; // that the camera's times are the mean of
 
-let names; // of the files, and the photograph's size
+let names; // of the files, the photograph's size, whether the mask is a fine one
 let given = 0; // photographs so far: what arrives for an earlier one is dropped
 let isShowing = false;
 let isStale = false;
@@ -150,7 +150,8 @@ async function useNetwork(name, image, isNew) {
 async function findPerson(image, turn) {
   const found = await useNetwork("selfie_segmentation", image, true);
   if (turn !== given) return;
-  const { bitmap } = await work.ask({ kind: "mask", found });
+  const { bitmap, isFine } = await work.ask({ kind: "mask", found });
+  names.isFine = isFine;
   viewer.show({ coarse: bitmap });
 }
 
@@ -189,8 +190,8 @@ async function takePhoto(source, name) {
 
 async function takeMask(file) {
   if (!names) throw new Error("Take a photograph first; a mask goes with one.");
-  const { bitmap } = await work.ask({ kind: "mask", file });
-  names.mask = file.name;
+  const { bitmap, isFine } = await work.ask({ kind: "mask", file });
+  Object.assign(names, { mask: file.name, isFine });
   viewer.show({ coarse: bitmap });
   await refresh();
 }
@@ -223,14 +224,14 @@ function stopCamera() {
   updateForm();
 }
 
-async function showFrame(recent) {
-  const frame = await camera.frame();
+async function showFrame(stream, recent) {
+  const frame = await camera.frame(stream);
   if (!frame) return;
   const { image, forMask } = frame;
   const found = await useNetwork("selfie_segmentation", forMask, false);
   const now = settings();
-  const shown = await work.ask({ kind: "frame", image, found, settings: now }, [image]);
-  if (!camera.isOn) return;
+  const shown = await work.ask({ kind: "frame", image, found, settings: now, isFirst: recent.length === 0 }, [image]);
+  if (camera.stream !== stream) return;
   clearError();
   const library = shown.times.reduce((sum, { milliseconds }) => sum + milliseconds, 0);
   recent.push({ library, network: network.selfie_segmentation, at: performance.now() });
@@ -258,8 +259,9 @@ async function startCamera() {
   updateCode();
   say("The camera is on.");
   const recent = [];
+  const { stream } = camera;
   try {
-    while (camera.isOn) await showFrame(recent);
+    while (camera.stream === stream) await showFrame(stream, recent);
   } catch (error) {
     stopCamera();
     throw error;
@@ -289,8 +291,13 @@ async function showDigest() {
   output.textContent = await work.ask({ kind: "digest" }).then(({ digest }) => digest, (error) => error.message);
 }
 
+/** Pages over plain http have no clipboard of their own. */
 async function copy(id) {
-  await navigator.clipboard.writeText($(id).textContent);
+  if (navigator.clipboard) await navigator.clipboard.writeText($(id).textContent);
+  else {
+    getSelection().selectAllChildren($(id));
+    if (!document.execCommand("copy")) throw new Error("This browser copies nothing here; the lines are selected.");
+  }
   say("Copied.");
 }
 

@@ -29,17 +29,20 @@ async function blobOf({ file, address }) {
   return answer.blob();
 }
 
+function checkPixels({ width, height }) {
+  if (width * height <= MOST_PIXELS) return;
+  const millions = Math.round((width * height) / 1e6);
+  throw new Error(`The picture has ${millions} megapixels; this page works on up to ${MOST_PIXELS / 1e6}.`);
+}
+
+/** Pictures that are too large are refused before they are decoded, of unknown kinds before they are copied. */
 async function decoded(blob) {
-  const size = await pictureSize(blob);
-  if (size && size.width * size.height > MOST_PIXELS) {
-    const millions = Math.round((size.width * size.height) / 1e6);
-    throw new Error(`The picture has ${millions} megapixels; this page works on up to ${MOST_PIXELS / 1e6}.`);
-  }
-  try {
-    return await createImageBitmap(blob);
-  } catch {
+  checkPixels((await pictureSize(blob)) ?? { width: 0, height: 0 });
+  const bitmap = await createImageBitmap(blob).catch(() => {
     throw new Error("The file is no picture that this browser can read, or it is broken.");
-  }
+  });
+  checkPixels(bitmap);
+  return bitmap;
 }
 
 function pixelsOf(bitmap) {
@@ -78,7 +81,7 @@ const requests = {
       const bitmap = await decoded(await blobOf({ file, address }));
       mask = (await loading).convert(pixelsOf(bitmap), "gray");
     }
-    return { bitmap: await shown(mask), width: mask.width, height: mask.height };
+    return { bitmap: await shown(mask), isFine: isFine() };
   },
 
   async landmarks({ file, mesh }) {
@@ -96,7 +99,8 @@ const requests = {
   },
 
   /** A camera's frame with the mask that the network made of it. */
-  async frame({ image, found, settings }) {
+  async frame({ image, found, settings, isFirst }) {
+    if (isFirst) mean = landmarks = undefined;
     photo = pixelsOf(image);
     mask = steadied(found, settings.steady / 100);
     return answer(await computed(settings), image);
@@ -109,6 +113,7 @@ const requests = {
 
   async digest() {
     if (!result?.picture) throw new Error("This view has no pixels of its own.");
+    if (!crypto.subtle) throw new Error("SHA-256 needs https or a loopback address.");
     const hash = new Uint8Array(await crypto.subtle.digest("SHA-256", result.picture.data));
     return { digest: Array.from(hash, (byte) => byte.toString(16).padStart(2, "0")).join("") };
   },
@@ -136,12 +141,15 @@ function needLandmarks() {
   if (!landmarks) throw new Error("No face was found; drop a landmark file of 106 points to go on.");
 }
 
+/** Whether the mask is too large to be smoothed. */
+function isFine() {
+  return mask.width >= photo.width || mask.height >= photo.height || Math.max(mask.width, mask.height) > 520;
+}
+
 /** The mask at the photograph's size. Large ones of one's own are taken as they are. */
 function fullMask(morvik, times, { snap, limit }) {
   needMask();
-  if (mask.width < photo.width && mask.height < photo.height && Math.max(mask.width, mask.height) <= 520) {
-    return timed(times, "smoothMask", () => morvik.smoothMask(photo, mask, { snap, limit }));
-  }
+  if (!isFine()) return timed(times, "smoothMask", () => morvik.smoothMask(photo, mask, { snap, limit }));
   return timed(times, "resize", () => morvik.resize({ ...mask, format: "gray" }, { width: photo.width, height: photo.height }));
 }
 

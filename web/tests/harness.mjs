@@ -22,13 +22,14 @@ const server = createServer(async ({ url }, response) => {
 });
 await new Promise((resolve) => server.listen(0, "127.0.0.1", resolve));
 export const origin = `http://127.0.0.1:${server.address().port}`;
+export const lan = `http://lan.test:${server.address().port}`; // no loopback address to the browser
 export const requests = new Set(); // of all pages
 const browsers = [];
 
-export async function open({ args = SOFTWARE_GL, permissions = ["clipboard-read", "clipboard-write"], ...options } = {}) {
+export async function open({ args = SOFTWARE_GL, permissions = ["clipboard-read", "clipboard-write"], at = origin, ...options } = {}) {
   const browser = await chromium.launch({
     executablePath: "/usr/bin/chromium",
-    args: ["--no-sandbox", "--host-resolver-rules=MAP * ~NOTFOUND, EXCLUDE 127.0.0.1", ...args],
+    args: ["--no-sandbox", "--host-resolver-rules=MAP lan.test 127.0.0.1, MAP * ~NOTFOUND, EXCLUDE 127.0.0.1", ...args],
   });
   browsers.push(browser);
   const context = await browser.newContext({ viewport: { width: 1280, height: 900 }, permissions, ...options });
@@ -36,7 +37,7 @@ export async function open({ args = SOFTWARE_GL, permissions = ["clipboard-read"
   context.on("request", (request) => requests.add(request.url()));
   const page = await context.newPage();
   page.on("pageerror", (error) => console.log("error in the page:", error.message));
-  await page.goto(`${origin}/index.html`);
+  await page.goto(`${at}/index.html`);
   await page.locator("#status", { hasText: "Morvik" }).waitFor();
   const shot = async (name) => {
     await page.evaluate(() => scrollTo(0, 0));
@@ -53,12 +54,18 @@ export async function drop(page, ...names) {
   const transfer = await page.evaluateHandle((list) => {
     const data = new DataTransfer();
     for (const { name, text } of list) {
-      const type = { txt: "text/plain", png: "image/png", jpg: "image/jpeg" }[name.split(".")[1]];
+      const type = { txt: "text/plain", png: "image/png", jpg: "image/jpeg" }[name.split(".")[1]] ?? `image/${name.split(".")[1]}`;
       data.items.add(new File([Uint8Array.from(atob(text), (c) => c.charCodeAt(0))], name, { type }));
     }
     return data;
   }, files);
   await page.dispatchEvent("#picture", "drop", { dataTransfer: transfer });
+}
+
+/** The mask's name is another than the page gives to those of networks; in the sticker's view. */
+export async function dropBoth(page, ...names) {
+  await drop(page, ...names);
+  await page.waitForFunction((all) => all.every((name) => document.getElementById("command").textContent.includes(name)), names);
 }
 
 export const shown = (page, text) => page.locator("#status", { hasText: text }).waitFor();
@@ -95,6 +102,37 @@ export async function download(page, type) {
   await file.saveAs(path);
   return path;
 }
+
+/** What the next frames of the camera are called, of which there are `count`. */
+export function labels(page, count) {
+  return page.evaluate((most) => new Promise((resolve, reject) => {
+    setTimeout(() => reject(new Error("the camera shows no frames")), 60000);
+    const canvas = document.getElementById("canvas");
+    const found = [];
+    const observer = new MutationObserver(() => {
+      if (found.push(canvas.getAttribute("aria-label")) < most) return;
+      observer.disconnect();
+      resolve(found);
+    });
+    observer.observe(canvas, { attributes: true, attributeFilter: ["aria-label"] });
+  }), count);
+}
+
+/** Put before network.js: instead of networks squares as bright as page.evaluate(showMasks, [...]) says, one after the other. */
+export const SQUARES = `{
+  let values = [255];
+  let count = 0;
+  new BroadcastChannel("masks").onmessage = ({ data }) => [values, count] = [data, 0];
+  addEventListener("message", ({ data: { id } }) => {
+    const data = new Uint8Array(65536);
+    for (let y = 64; y < 192; ++y) data.fill(values[count % values.length], 256 * y + 64, 256 * y + 192);
+    ++count;
+    const found = self.name === "face_mesh" ? { mesh: null } : { data, width: 256, height: 256, format: "gray" };
+    postMessage({ id, found, milliseconds: 1 });
+  });
+  Object.defineProperty(self, "onmessage", { set() {} });
+}`;
+export const showMasks = (values) => new BroadcastChannel("masks").postMessage(values);
 
 const python = spawn("/usr/bin/python3", [NATIVE, "results"], { stdio: ["pipe", "pipe", "inherit"] });
 const lines = createInterface(python.stdout)[Symbol.asyncIterator]();

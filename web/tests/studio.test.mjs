@@ -3,7 +3,10 @@ import assert from "node:assert/strict";
 import { readFile } from "node:fs/promises";
 import { join } from "node:path";
 import { after, before, test } from "node:test";
-import { CAMERA, FOLDER, closeAll, digest, download, drop, failed, native, open, origin, prefixes, requests, set, shown } from "./harness.mjs";
+import {
+  CAMERA, FOLDER, SQUARES, closeAll, digest, download, drop, dropBoth, failed, labels, lan, native, open, origin, prefixes, requests, set,
+  showMasks, shown,
+} from "./harness.mjs";
 
 let page, shot;
 before(async () => ({ page, shot } = await open()));
@@ -41,13 +44,31 @@ test("the network's mask is cut out as natively", async () => {
   assert.equal(await digest(page), await native("sticker", { photo: own.photo, mask, ...values }));
 });
 
+test("the lines below the picture give what it shows", async () => {
+  for (const [photo, mask, ...views] of [
+    ["portrait.png", "own_mask.png", "sticker", "outline"], ["portrait.png", "full_mask.png", "sticker", "mask", "outline"],
+    ["turned.jpg", "own_mask.png", "mask"], ["seen.png", "full_mask.png", "sticker"], ["seen.png", "own_mask.png", "mask"],
+  ]) {
+    await page.check("[name=view][value=sticker]", { force: true });
+    await dropBoth(page, photo, mask);
+    for (const view of views) {
+      await set(page, { view, mode: "vector-center", centerX: 30, snap: false, limit: 400, expand: 9, color: "#ffd60a" });
+      const given = view === "outline" ? JSON.parse(await readFile(await download(page, "json"))).outlines : await digest(page);
+      const which = `${photo} ${mask} ${view}`;
+      assert.deepEqual(await native("result_of", { python: await page.textContent("#python") }), given, which);
+      assert.equal(await native("compiler_says", { cpp: await page.textContent("#cpp") }), "", which);
+    }
+  }
+});
+
 test("outlines in nine modes, forehead and downloads", async () => {
-  await drop(page, "portrait_mask.png");
-  await page.waitForFunction(() => document.getElementById("command").textContent.includes("portrait_mask.png"));
+  await page.check("[name=view][value=sticker]", { force: true });
+  await dropBoth(page, "portrait.png", "own_mask.png");
   const values = { expand: 20, smooth: 2, snap: false, limit: 512 };
   const modes = await page.locator("[name=mode] option").allTextContents();
   assert.equal(modes.length, 9);
-  for (const mode of modes) {
+  for (const [i, mode] of modes.entries()) {
+    Object.assign(values, { centerX: 10 * i, centerY: 95 - 9 * i });
     await set(page, { view: "outline", mode, ...values });
     const { outlines } = JSON.parse(await readFile(await download(page, "json")));
     assert.deepEqual(outlines, await native("outlines", { ...own, mode, ...values }), mode);
@@ -86,7 +107,10 @@ test("zoom, split and views by keyboard; code to copy", async () => {
 });
 
 test("failures end in a sentence and leave the page in use", async () => {
-  for (const [name, sentence] of [["broken.jpg", "broken"], ["huge.png", "100 megapixels"], ["few.txt", "106 or 96 points"]]) {
+  await drop(page, "portrait.png");
+  await shown(page, "Sticker");
+  const huge = ["huge.png", "late.jpg", "huge.bmp", "huge.gif", "huge.avif"].map((name) => [name, "100 megapixels"]);
+  for (const [name, sentence] of [...huge, ["broken.jpg", "broken"], ["few.txt", "106 or 96 points"]]) {
     await drop(page, name);
     await failed(page, sentence);
   }
@@ -95,6 +119,22 @@ test("failures end in a sentence and leave the page in use", async () => {
   await failed(page, /camera/);
   await drop(page, "portrait.png");
   await shown(page, "Sticker");
+});
+
+test("over plain http lines are copied, and what is not there is told", async () => {
+  const other = await open({ at: lan, permissions: [] });
+  await drop(other.page, "portrait.png", "portrait_mask.png");
+  await shown(other.page, "Sticker");
+  await other.page.click("[data-copy=python]");
+  await shown(other.page, "Copied.");
+  await other.page.evaluate(() => document.body.appendChild(document.createElement("textarea")).focus());
+  await other.page.keyboard.press("Control+V");
+  assert.equal(await other.page.inputValue("textarea"), await other.page.textContent("#python"));
+  await other.page.click("#digest summary");
+  await other.page.locator("#digest code", { hasText: "SHA-256 needs https" }).waitFor();
+  await other.page.click("#camera");
+  await failed(other.page, "needs https");
+  await other.browser.close();
 });
 
 test("without WebGL a mask of one's own still works", async () => {
@@ -122,6 +162,38 @@ test("camera: sticker and outline of moving frames", async () => {
   await other.page.click("#camera");
   await shown(other.page, "off");
   await other.browser.close();
+});
+
+test("steadying takes flicker out; nothing outlives the camera or comes from before it", async () => {
+  prefixes["/network.js"] = SQUARES;
+  const { browser, page: other } = await open({ args: CAMERA, permissions: [] });
+  const empty = async (count) => (await labels(other, count)).filter((label) => label.includes("photograph: 0,")).length;
+  await drop(other, "portrait.png");
+  await shown(other, "Sticker");
+  await drop(other, "points.txt");
+  await shown(other, "predicted forehead");
+  await set(other, { view: "outline", mode: "fill-stroke" });
+  await other.evaluate(showMasks, [...Array(9).fill(255), 0]);
+  await other.click("#camera");
+  await other.fill("[name=steady]", "0");
+  await labels(other, 3);
+  assert.equal(await empty(20), 2);
+  await other.fill("[name=steady]", "90");
+  await labels(other, 15);
+  assert.equal(await empty(20), 0);
+  await other.click("#camera");
+  await shown(other, "off");
+  await other.evaluate(showMasks, [0]);
+  await other.waitForTimeout(300);
+  const first = empty(1);
+  await other.click("#camera");
+  assert.equal(await first, 1, "the mean starts anew");
+  await other.click("#camera");
+  await shown(other, "off");
+  await other.check("[name=view][value=forehead]", { force: true });
+  await failed(other, "No face was found");
+  delete prefixes["/network.js"];
+  await browser.close();
 });
 
 /** The processor time that each task of the page's own thread took meanwhile, longest first, in ms. */
@@ -162,5 +234,5 @@ test("at 390 pixels and in the dark nothing is cut off", async () => {
 });
 
 test("no request leaves the machine", () => {
-  assert.deepEqual([...requests].filter((url) => !url.startsWith(`${origin}/`) && !/^(blob|data):/.test(url)), []);
+  assert.deepEqual([...requests].filter((url) => ![origin, lan].some((start) => url.startsWith(`${start}/`)) && !/^(blob|data):/.test(url)), []);
 });
