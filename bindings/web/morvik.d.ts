@@ -213,7 +213,8 @@ export class OutOfMemoryError extends Error {}
 
 /**
  * 106 landmarks (x, y in pixels) of a face mesh of 468 points: flat x, y, z triples, or objects with
- * x and y, both from 0 to 1 across and down the image.
+ * x and y, both from 0 to 1 across and down the image. Of a refined mesh of 478 points give the first
+ * 468.
  */
 export function landmarksFromMesh(
   mesh: ArrayLike<number> | readonly { readonly x: number; readonly y: number }[],
@@ -233,7 +234,7 @@ export function formatLandmarks(points: ArrayLike<number>, options?: { separator
 
 /** The outlines as the `d` of an SVG path; fill it with the rule "evenodd". */
 export function outlinesToSvgPath(outlines: readonly ArrayLike<number>[]): string;
-/** The outlines as an SVG picture with one path. */
+/** The outlines as an SVG picture with one path, "#e11d48" unless another CSS colour is given. */
 export function outlinesToSvg(outlines: readonly ArrayLike<number>[], size: Size, options?: { color?: string }): string;
 
 /** The alpha of an rgba or bgra picture, as a mask. */
