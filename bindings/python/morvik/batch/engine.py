@@ -1,4 +1,4 @@
-"""Keeps the workers of a Dask cluster busy with one picture each, a window of them at a time."""
+"""Keeps the workers of a Dask cluster busy: a task is a picture, or a few that take little time."""
 
 from __future__ import annotations
 
@@ -16,6 +16,9 @@ from distributed import Client, LocalCluster, as_completed
 # Tasks in flight for each thread: enough that a worker never waits for the next one.
 _WINDOW = 8
 _RETRIES = 2
+# A task costs the scheduler milliseconds: quick files share one, until it takes such a time.
+_TASK_SECONDS = 0.1
+_MOST_FILES = 16
 _PAUSE = 0.01  # seconds: what finishes in it is fetched at once
 _LOOK = 2.0  # seconds between looks at the workers, who come and go
 _TELL, _PATIENCE = 5.0, 60.0  # seconds without a worker until it is said, and until the run ends
@@ -80,39 +83,53 @@ def run(
 
     Raises Unreachable when the scheduler is gone, or has no workers for a minute.
     """
-    def submit(name: str, tries: int = 0) -> Any:
-        future = client.submit(task, job, name, pure=False, retries=_RETRIES)
-        future.name, future.tries = name, tries
-        return future
+    def submit(names: list[str], tries: int = 0) -> None:
+        future = client.submit(_all_of, task, job, names, pure=False, retries=_RETRIES)
+        future.names, future.tries = names, tries
+        flying.add(future)
 
     # Dask would look up the source of the caller for each task, half the cost of a submission.
     dask.config.set({"distributed.diagnostics.computations.ignore-modules": [""]})
     waiting, crew = iter(names), _Crew(client)
     # Without results: as_completed forgets a task whose result its worker took with it.
     flying = as_completed([], loop=client.loop)
-    more = True
+    more, size = True, 1
     while more or flying.count():
-        room = max(0, _WINDOW * crew.threads() - flying.count())
-        chosen = list(itertools.islice(waiting, room)) if more else []
-        more = more and len(chosen) == room
-        for name in chosen:
-            flying.add(submit(name))
+        for _ in range(_WINDOW * crew.threads() - flying.count() if more else 0):
+            chosen = list(itertools.islice(waiting, size))
+            more = len(chosen) == size
+            if chosen:
+                submit(chosen)
         time.sleep(_PAUSE)
         done = flying.next_batch(block=False)
         records = _records(client, done) if done else {}
         for future in done:
-            record = records.get(future.name)
-            if record is None and future.tries < _RETRIES:
-                # Doing a file again writes the same bytes.
-                flying.add(submit(future.name, future.tries + 1))
+            found = records.get(future.names[0])
+            if found is None and future.tries < _RETRIES:
+                # Doing a file again writes the same bytes; alone, one that kills its worker takes no other with it.
+                for name in future.names:
+                    submit([name], future.tries + 1)
                 continue
-            yield record or {"name": future.name, "status": "failed",
-                             "error": f"the workers that had it were lost ({future.status})"}
+            lost = f"the workers that had it were lost ({future.status})"
+            yield from found or ({"name": name, "status": "failed", "error": lost} for name in future.names)
+        size = _files_a_task(size, [record for found in records.values() for record in found])
 
 
-def _records(client: Client, futures: list[Any]) -> dict[str, dict[str, Any]]:
-    """What finished tasks returned; those whose worker is gone are done again while this waits."""
+def _all_of(task: Callable[..., dict[str, Any]], job: Any, names: list[str]) -> list[dict[str, Any]]:
+    return [task(job, name) for name in names]
+
+
+def _files_a_task(size: int, records: list[dict[str, Any]]) -> int:
+    """As many as the last records say, growing gently."""
+    if not records:
+        return size
+    seconds = sum(record.get("seconds", 0) for record in records) / len(records)
+    return max(1, min(_MOST_FILES, 2 * size, int(_TASK_SECONDS / max(seconds, 1e-3))))
+
+
+def _records(client: Client, futures: list[Any]) -> dict[str, list[dict[str, Any]]]:
+    """What finished tasks returned, by their first file; those whose worker is gone are done again while this waits."""
     try:
-        return {record["name"]: record for record in client.gather(futures, errors="skip")}
+        return {found[0]["name"]: found for found in client.gather(futures, errors="skip")}
     except Exception:  # the connection went in the middle of it
         return {}
