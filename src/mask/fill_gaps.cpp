@@ -127,7 +127,7 @@ bool Gaps::can_fill_more_than(int64_t area) {
       rows = {std::min(rows.start, y), y + 1};
     }
   }
-  return columns.size() > 0 && (int64_t{columns.size()} + 1) * (rows.size() + 1) > area;
+  return columns.start < columns.end && (int64_t{columns.size()} + 1) * (rows.size() + 1) > area;
 }
 
 void Gaps::write(cv::Mat& dst) {
