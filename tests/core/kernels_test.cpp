@@ -169,12 +169,13 @@ TEST(Kernels, SpreadBits) {
 
 TEST(Kernels, ExtremesOfRows) {
   test::Random random(12);
-  for (int width = 1; width < 300; width += random.range(1, 9)) {
+  for (size_t size = 1; size < 300; size += static_cast<size_t>(random.range(1, 9))) {
     std::vector<Bytes> rows(static_cast<size_t>(random.range(1, 30)));
     std::vector<const uint8_t*> from;
+    const auto width = static_cast<int>(size);
     const int value = 255 * random.range(0, 1);
     for (Bytes& row : rows) {
-      row.assign(static_cast<size_t>(width), static_cast<uint8_t>(value));
+      row.assign(size, static_cast<uint8_t>(value));
       row[static_cast<size_t>(random.range(0, width - 1))] = static_cast<uint8_t>(random.next());
       from.push_back(row.data());
     }

@@ -102,10 +102,10 @@ HWY_INLINE void filter_vector_by_3(D d, uint8_t* const (&results)[kMedianRows], 
 // At the ends of rows, beyond which their first and last pixels are repeated.
 constexpr int64_t kEnd = 16;    // bytes
 constexpr int64_t kBeside = 8;  // enough for a pixel
+constexpr int64_t kCopied = kEnd + kBeside;
 HWY_INLINE void filter_ends_by_3(uint8_t* const (&results)[kMedianRows],
                                  const uint8_t* const (&rows)[kMedianRows + 2], int64_t count,
                                  int64_t step) {
-  constexpr int64_t kCopied = kEnd + kBeside;
   const hn::CappedTag<uint8_t, kEnd> d;
   uint8_t ends[kMedianRows + 2][2][kBeside + kCopied];
   const uint8_t* first[kMedianRows + 2];
@@ -283,7 +283,7 @@ HWY_INLINE void filter_pairs_by_5(D d, uint8_t* const* results, const uint8_t* c
 void median_by_columns(uint8_t* const* results, const uint8_t* const* rows, int64_t count, int step,
                        int32_t ksize) {
   constexpr auto kShort = static_cast<int64_t>(hn::MaxLanes(ShortBytes()));
-  if (ksize == 3 && count >= kShort + 2 * step) {
+  if (ksize == 3 && count >= HWY_MAX(kShort + 2 * step, kCopied)) {
     filter_rows_by_3(results, rows, count, step);
   } else if (ksize == 5 && count >= static_cast<int64_t>(hn::MaxLanes(LongBytes()))) {
     filter_pairs_by_5(LongBytes(), results, rows, count, step);
