@@ -20,6 +20,11 @@ void pick_bytes(uint8_t* dst, const uint8_t* row, int64_t ahead, const ByteGathe
   pick_bytes_plain(dst, row, ahead, bytes, count);
 }
 
+void pick_words(uint8_t* dst, const uint8_t* row, int64_t ahead, const int32_t* offsets,
+                int64_t count) {
+  pick_pixels(dst, row, ahead, offsets, count, 4);
+}
+
 #else
 
 template <int kWindows>
@@ -52,6 +57,37 @@ void pick_bytes(uint8_t* dst, const uint8_t* row, int64_t ahead, const ByteGathe
   }
 }
 
+using Words = hn::CappedTag<uint32_t, 8>;
+
+HWY_INLINE hn::Vec<Words> load_words(const uint8_t* row, const int32_t* offsets) {
+  const Words d;
+#if HWY_TARGET <= HWY_AVX2
+  const hn::RebindToSigned<Words> d_offsets;
+  return hn::GatherOffset(d, reinterpret_cast<const uint32_t*>(row), hn::LoadU(d_offsets, offsets));
+#else
+  const auto word = [&](int i) {
+    uint32_t value;
+    std::memcpy(&value, row + offsets[i], sizeof value);
+    return hn::Set(d, value);
+  };
+  const auto lower = hn::InterleaveLower(d, word(0), word(1));
+  return hn::ConcatLowerLower(d, hn::InterleaveLower(d, word(2), word(3)), lower);
+#endif
+}
+
+void pick_words(uint8_t* dst, const uint8_t* row, int64_t ahead, const int32_t* offsets,
+                int64_t count) {
+  const Words d;
+  constexpr auto kStep = static_cast<int64_t>(hn::MaxLanes(d));
+  int64_t x = 0;
+  for (; x + kStep <= count; x += kStep) {
+    prefetch(row + offsets[x] + ahead);
+    const hn::Repartition<uint8_t, Words> bytes;
+    hn::StoreU(hn::BitCast(bytes, load_words(row, offsets + x)), bytes, dst + 4 * x);
+  }
+  pick_pixels(dst + 4 * x, row, ahead, offsets + x, count - x, 4);
+}
+
 #endif
 
 }  // namespace kel::imgproc::HWY_NAMESPACE
@@ -61,10 +97,16 @@ HWY_AFTER_NAMESPACE();
 namespace kel::imgproc {
 
 HWY_EXPORT(pick_bytes);
+HWY_EXPORT(pick_words);
 
 void pick_bytes(uint8_t* dst, const uint8_t* row, int64_t ahead, const ByteGather& bytes,
                 int64_t count) {
   HWY_DYNAMIC_DISPATCH(pick_bytes)(dst, row, ahead, bytes, count);
+}
+
+void pick_words(uint8_t* dst, const uint8_t* row, int64_t ahead, const int32_t* offsets,
+                int64_t count) {
+  HWY_DYNAMIC_DISPATCH(pick_words)(dst, row, ahead, offsets, count);
 }
 
 }  // namespace kel::imgproc

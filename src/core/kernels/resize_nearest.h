@@ -18,4 +18,8 @@ void pick_bytes_plain(uint8_t* dst, const uint8_t* row, int64_t ahead, const Byt
 void pick_pixels(uint8_t* dst, const uint8_t* row, int64_t ahead, const int32_t* offsets,
                  int64_t count, int channels);
 
+// Pixels of four bytes. Its plain sibling is pick_pixels.
+void pick_words(uint8_t* dst, const uint8_t* row, int64_t ahead, const int32_t* offsets,
+                int64_t count);
+
 }  // namespace kel::imgproc

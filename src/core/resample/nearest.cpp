@@ -11,17 +11,13 @@ int64_t nearest(const Axis& axis, int64_t at) {
 class Nearest {
  public:
   Nearest(const Scaling& scaling, Columns columns) : scaling_(scaling), columns_(columns) {
-    const auto channels = static_cast<size_t>(scaling.channels());
     pixels_.resize(static_cast<size_t>(columns.end - columns.first));
-    std::vector<int32_t> offsets(channels * pixels_.size());
     for (size_t x = 0; x < pixels_.size(); ++x) {
       const int64_t from = nearest(scaling.x, columns.first + static_cast<int64_t>(x));
       pixels_[x] = static_cast<int32_t>(from * scaling.channels());
-      for (size_t i = 0; i < channels; ++i) {
-        offsets[channels * x + i] = pixels_[x] + static_cast<int32_t>(i);
-      }
     }
-    bytes_ = plan_byte_gather(offsets, SourceRows::gathered_bytes(scaling.src));
+    if (has_words()) return;
+    bytes_ = plan_byte_gather(byte_offsets(), SourceRows::gathered_bytes(scaling.src));
   }
 
   // Rows that show the same row of the source are copies.
@@ -44,10 +40,22 @@ class Nearest {
   }
 
  private:
+  bool has_words() const { return scaling_.channels() == 4; }
+
+  std::vector<int32_t> byte_offsets() const {
+    std::vector<int32_t> offsets;
+    offsets.reserve(static_cast<size_t>(scaling_.channels()) * pixels_.size());
+    for (const int32_t pixel : pixels_) {
+      for (int32_t i = 0; i < scaling_.channels(); ++i) offsets.push_back(pixel + i);
+    }
+    return offsets;
+  }
+
   // Windows for every pixel of a block cost more than the pixels themselves.
   void pick(uint8_t* out, const uint8_t* row, int64_t ahead, int64_t count) const {
     constexpr int64_t kFewWindows = 9;
     const int channels = scaling_.channels();
+    if (has_words()) return pick_words(out, row, ahead, pixels_.data(), count / channels);
     if (bytes_.windows * channels <= kFewWindows) return pick_bytes(out, row, ahead, bytes_, count);
     pick_pixels(out, row, ahead, pixels_.data(), count / channels, channels);
   }
