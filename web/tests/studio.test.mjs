@@ -198,6 +198,7 @@ test("steadying takes flicker out; nothing outlives the camera or comes from bef
 
 /** The processor time that each task of the page's own thread took meanwhile, longest first, in ms. */
 async function pageTasks(work) {
+  await page.locator("body").isVisible(); // has Playwright's own script evaluated before
   const session = await page.context().newCDPSession(page);
   const events = [];
   session.on("Tracing.dataCollected", ({ value }) => events.push(...value));
