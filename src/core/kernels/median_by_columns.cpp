@@ -241,6 +241,19 @@ HWY_INLINE hn::Vec<D> median_at(D d, const SortedColumns& columns, int64_t at, i
   return median_of_3(low, middle, high);
 }
 
+// Whether all windows of a vector of results hold one value, as most of a mask's do.
+template <class D>
+HWY_INLINE bool is_flat(D d, const SortedColumns& columns, int64_t at, int64_t step) {
+  const uint8_t* least = columns.rank[0] + at;
+  const uint8_t* greatest = columns.rank[SortedColumns::kSize - 1] + at;
+  const auto value = hn::Set(d, *least);
+  const auto same = [&](const uint8_t* from) HWY_ATTR {
+    return hn::And(hn::Eq(hn::LoadU(d, from), value),
+                   hn::Eq(hn::LoadU(d, from + (SortedColumns::kSize - 1) * step), value));
+  };
+  return hn::AllTrue(d, hn::And(same(least), same(greatest)));
+}
+
 template <class D>
 HWY_INLINE void filter_rows_by_5(D d, uint8_t* const* results, const uint8_t* const* rows,
                                  int64_t count, int step) {
@@ -265,7 +278,10 @@ HWY_INLINE void filter_rows_by_5(D d, uint8_t* const* results, const uint8_t* co
       columns[row].repeat(first - left + reach, end - origin, left + chunk + reach - end, step);
       for (int64_t x = 0; x < chunk; x += kLanes) {
         const int64_t at = HWY_MIN(x, chunk - kLanes);
-        const auto median = median_at(d, columns[row], left - reach - origin + at, step);
+        const int64_t window = left - reach - origin + at;
+        const auto median = is_flat(d, columns[row], window, step)
+                                ? hn::Set(d, columns[row].rank[0][window])
+                                : median_at(d, columns[row], window, step);
         hn::StoreU(median, d, results[row] + left + at);
       }
     }
