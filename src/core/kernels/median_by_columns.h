@@ -1,5 +1,5 @@
-// Medians of 3x3 or 5x5 pixels of any kind of image, eight rows at a time. Kernel 5 passes over flat
-// parts; kernel 3 is at the speed of memory anyway.
+// Medians of 3x3 or 5x5 pixels of any kind of image, eight rows at a time. Kernel 5 passes over
+// flat parts; kernel 3 is at the speed of memory anyway.
 #pragma once
 
 #include <cstdint>
