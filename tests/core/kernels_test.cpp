@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "core/kernels/bilateral.h"
+#include "core/kernels/bits_of_row.h"
 #include "core/kernels/count_row.h"
 #include "core/kernels/decide_row.h"
 #include "core/kernels/enlarge_row.h"
@@ -56,6 +57,22 @@ void expect_equal(int size, Function plain, Function kernel, Run run) {
     result.resize(expected.size());
     ASSERT_EQ(result, expected);
   });
+}
+
+TEST(Kernels, BitsOfRow) {
+  test::Random random(10);
+  for (int width = 1; width < 300; ++width) {
+    const Bytes row = mask_bytes(random, width);
+    const auto level = static_cast<uint8_t>(random.range(0, 254));
+    std::vector<uint64_t> bits(static_cast<size_t>(width + 63) / 64);
+    const int size = static_cast<int>(8 * bits.size());
+    expect_equal(size, bits_above_plain, bits_above, [&](auto above, uint8_t* to) {
+      above(bits.data(), row.data(), width, level);
+      std::memcpy(to, bits.data(), 8 * bits.size());
+    });
+    expect_equal(width, bytes_of_bits_plain, bytes_of_bits,
+                 [&](auto spread, uint8_t* to) { spread(to, bits.data(), width); });
+  }
 }
 
 TEST(Kernels, CountRow) {

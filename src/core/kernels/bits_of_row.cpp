@@ -26,19 +26,24 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 constexpr int64_t kWord = 64;  // pixels
 
-void bits_above(uint64_t* bits, const uint8_t* row, int64_t count, uint8_t level) {
+HWY_INLINE uint64_t word_above(const uint8_t* pixels, uint8_t level) {
   const hn::CappedTag<uint8_t, kWord> d;
   constexpr auto kStep = static_cast<int64_t>(hn::MaxLanes(d));
-  const auto highest_outside = hn::Set(d, level);
-  const int64_t whole = count / kWord * kWord;
-  for (int64_t x = 0; x < whole; x += kWord) {
-    uint8_t word[kWord / 8];
-    for (int64_t i = 0; i < kWord; i += kStep) {
-      hn::StoreMaskBits(d, hn::Gt(hn::LoadU(d, row + x + i), highest_outside), word + i / 8);
-    }
-    hwy::CopyBytes<sizeof(word)>(word, bits + x / kWord);
+  uint8_t bytes[kWord / 8];
+  for (int64_t i = 0; i < kWord; i += kStep) {
+    hn::StoreMaskBits(d, hn::Gt(hn::LoadU(d, pixels + i), hn::Set(d, level)), bytes + i / 8);
   }
-  bits_above_plain(bits + whole / kWord, row + whole, count - whole, level);
+  uint64_t word;
+  hwy::CopyBytes<sizeof(word)>(bytes, &word);
+  return word;
+}
+
+void bits_above(uint64_t* bits, const uint8_t* row, int64_t count, uint8_t level) {
+  if (count < kWord) return bits_above_plain(bits, row, count, level);
+  const int64_t whole = count / kWord * kWord;
+  for (int64_t x = 0; x < whole; x += kWord) bits[x / kWord] = word_above(row + x, level);
+  if (whole == count) return;
+  bits[whole / kWord] = word_above(row + count - kWord, level) >> (whole + kWord - count);
 }
 
 void bytes_of_bits(uint8_t* row, const uint64_t* bits, int64_t count) {
