@@ -53,6 +53,11 @@ void turn_plane(Plane& dst, const Plane& src, Turn turn, int element_bytes) {
     }
   } else if (turn == Turn::kClockwise) {
     transpose(dst.data, dst_pitch, src.row(height - 1), -src_pitch, width, height, element_bytes);
+  } else if (dst.pitch < dst.row_bytes) {  // rows that overlap are written from top to bottom
+    for (int64_t y = 0; y < width; ++y) {
+      transpose(dst.row(y), dst_pitch, src.data + (width - 1 - y) * element_bytes, src_pitch, 1,
+                height, element_bytes);
+    }
   } else {
     transpose(dst.row(width - 1), -dst_pitch, src.data, src_pitch, width, height, element_bytes);
   }

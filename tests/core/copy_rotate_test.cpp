@@ -75,6 +75,27 @@ TEST(Move, EveryFormatShapeAngleAndPadding) {
   }
 }
 
+TEST(Move, RowsThatOverlapAreWrittenFromTheTop) {
+  for (const uint32_t format : {QX_FMT_RGB24, QX_FMT_ARGB}) {
+    for (const auto& [w, h] : {test::Shape{4, 3}, {300, 200}}) {
+      for (const int angle : {kCopy, 90, 180, 270}) {
+        const TestImage src(format, w, h);
+        const cv::Mat from = test::planes_of(src)[0];
+        cv::Mat moved = from.clone();
+        if (angle > 0) cv::rotate(from, moved, angle / 90 - 1);
+        TestImage dst(format, moved.cols, moved.rows, 0, 0, 2);
+        dst.descriptor().pitch[0] = moved.cols + 1;
+        TestImage expected = dst.clone();
+        for (int y = 0; y < moved.rows; ++y) {
+          std::memcpy(expected.row(y), moved.ptr(y), moved.cols * moved.elemSize());
+        }
+        EXPECT_EQ(move(dst, src, angle), MVK_OK);
+        EXPECT_TRUE(dst == expected) << dst << " by " << angle;
+      }
+    }
+  }
+}
+
 // The mean of the ratios of the sides is exactly 1 for 2x6 and 6x2; the others are scaled.
 TEST(Move, DestinationsOfAnotherSizeAreLeftAlone) {
   for (const uint32_t format : test::kMovedFormats) {
