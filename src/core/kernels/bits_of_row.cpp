@@ -29,7 +29,7 @@ constexpr int64_t kWord = 64;  // pixels
 HWY_INLINE uint64_t word_above(const uint8_t* pixels, uint8_t level) {
   const hn::CappedTag<uint8_t, kWord> d;
   constexpr auto kStep = static_cast<int64_t>(hn::MaxLanes(d));
-  uint8_t bytes[kWord / 8];
+  uint8_t bytes[kWord / 8 + kSpareMaskBytes];
   for (int64_t i = 0; i < kWord; i += kStep) {
     hn::StoreMaskBits(d, hn::Gt(hn::LoadU(d, pixels + i), hn::Set(d, level)), bytes + i / 8);
   }
@@ -51,8 +51,8 @@ void bytes_of_bits(uint8_t* row, const uint64_t* bits, int64_t count) {
   constexpr auto kStep = static_cast<int64_t>(hn::MaxLanes(d));
   const int64_t whole = count / kWord * kWord;
   for (int64_t x = 0; x < whole; x += kWord) {
-    uint8_t word[kWord / 8];
-    hwy::CopyBytes<sizeof(word)>(bits + x / kWord, word);
+    uint8_t word[kWord / 8 + kSpareMaskBytes] = {};
+    hwy::CopyBytes<kWord / 8>(bits + x / kWord, word);
     for (int64_t i = 0; i < kWord; i += kStep) {
       hn::StoreU(hn::VecFromMask(d, hn::LoadMaskBits(d, word + i / 8)), d, row + x + i);
     }

@@ -133,7 +133,7 @@ HWY_INLINE uint64_t changes_of_word(const uint8_t* row) {
   constexpr int64_t kWord = 64;  // pixels
   const hn::CappedTag<uint8_t, kWord> d;
   constexpr auto kStep = static_cast<int64_t>(hn::MaxLanes(d));
-  uint8_t bytes[kWord / 8];
+  uint8_t bytes[kWord / 8 + kSpareMaskBytes];
   for (int64_t i = 0; i < kWord; i += kStep) {
     hn::StoreMaskBits(d, hn::Ne(hn::LoadU(d, row + i), hn::LoadU(d, row + i + 1)), bytes + i / 8);
   }

@@ -31,8 +31,8 @@ void extremes_of_rows(uint64_t* lit, uint64_t* unlit, const uint8_t* const* rows
   const auto white = hn::Set(d, 255);
   const int64_t whole = width / kWord * kWord;
   for (int64_t x = 0; x < whole; x += kWord) {
-    uint8_t lit_bits[kWord / 8];
-    uint8_t unlit_bits[kWord / 8];
+    uint8_t lit_bits[kWord / 8 + kSpareMaskBytes];
+    uint8_t unlit_bits[kWord / 8 + kSpareMaskBytes];
     for (int64_t i = 0; i < kWord; i += kStep) {
       auto any = hn::LoadU(d, rows[0] + x + i);
       auto all = any;
@@ -44,8 +44,8 @@ void extremes_of_rows(uint64_t* lit, uint64_t* unlit, const uint8_t* const* rows
       hn::StoreMaskBits(d, hn::Ne(any, black), lit_bits + i / 8);
       hn::StoreMaskBits(d, hn::Ne(all, white), unlit_bits + i / 8);
     }
-    hwy::CopyBytes<sizeof(lit_bits)>(lit_bits, lit + x / kWord);
-    hwy::CopyBytes<sizeof(unlit_bits)>(unlit_bits, unlit + x / kWord);
+    hwy::CopyBytes<kWord / 8>(lit_bits, lit + x / kWord);
+    hwy::CopyBytes<kWord / 8>(unlit_bits, unlit + x / kWord);
   }
   for (int64_t x = whole; x < width; ++x) {
     if (x == whole) lit[x / kWord] = unlit[x / kWord] = 0;

@@ -62,7 +62,7 @@ class ColumnCounts {
     const uint64_t* words = column_.words + row * column_.row_words;
     const uint64_t bits[2] = {words[0] << radius_ | words[-1] >> (64 - radius_),
                               words[1] << radius_ | words[0] >> (64 - radius_)};
-    hwy::CopyBytes<sizeof(bits_)>(bits, bits_);
+    hwy::CopyBytes<sizeof(bits)>(bits, bits_);
   }
   // -1 for those that are set.
   HWY_INLINE hn::Vec<Bytes> pixels(int32_t v) const {
@@ -71,7 +71,7 @@ class ColumnCounts {
 
   const WordColumn column_;
   const int32_t radius_;
-  uint8_t bits_[kColumns / 8];
+  uint8_t bits_[kColumns / 8 + kSpareMaskBytes] = {};
   hn::Vec<Bytes> counts_[kVectors];
 };
 
@@ -132,9 +132,9 @@ void find_majorities(uint64_t* to, int64_t to_row_words, const WordColumn& colum
       for (int32_t i = 0; i < rows; ++i) runs.add(runs, run, i, kColumns);
     }
     for (int32_t i = 0; i < rows; ++i, to += to_row_words) {
-      uint8_t word[8];
+      uint8_t word[8 + kSpareMaskBytes];
       compare(word, rest.rows[i], runs.rows[i] + at, ksize / 8, limit);
-      hwy::CopyBytes<sizeof(word)>(word, to);
+      hwy::CopyBytes<8>(word, to);
     }
   }
 }
