@@ -16,7 +16,8 @@ class Gaps {
   Gaps(const cv::Mat& src, uint8_t level)
       : src_(src),
         level_(level),
-        most_(kGapsOfARow * static_cast<size_t>(src.rows)),
+        most_(std::min(kGapsOfARow * static_cast<size_t>(src.rows),
+                       kUsual + std::min(src.total() / kPixelsOfAGap, kLargest))),
         here_(src.cols, 1),
         above_(src.cols, 1) {
     gaps_.reserve(kUsual);
@@ -29,7 +30,9 @@ class Gaps {
   void write(cv::Mat& dst);
 
  private:
-  static constexpr size_t kGapsOfARow = 8;  // with more a flood by words is as good
+  static constexpr size_t kGapsOfARow = 8;     // with more a flood by words is as good
+  static constexpr size_t kPixelsOfAGap = 32;  // so that gaps take less memory than the image
+  static constexpr size_t kLargest = size_t{1} << 30;
   static constexpr size_t kUsual = 4096;
   static constexpr int32_t kOutside = 0;  // the area at the border
 
@@ -101,6 +104,7 @@ Gaps::Row Gaps::find_row() {
 }
 
 void Gaps::add(int32_t begin, int32_t end) {
+  if (gaps_.size() > most_) return;
   const bool is_outside = begin == 0 || end == src_.cols;
   gaps_.push_back({begin, end, is_outside ? kOutside : static_cast<int32_t>(gaps_.size())});
 }
