@@ -391,8 +391,8 @@ MVK_API uint32_t mvk_write_landmarks(const void* points, int count, const char* 
  * Reads at most count points from a file as mvk_write_landmarks() writes it. Points without a line
  * in the file keep their values; so do all points if the file cannot be opened (result MVK_OK).
  * Missing fields and fields without a number are 0; text after a number is ignored, and so is what
- * follows the first MiB of a line. Integers saturate to a long, of which the lowest 32 bits are
- * kept; floats too large become infinite. Codes and kinds of files as for writing.
+ * follows the first MiB of a line. Integers saturate to 64 bits, of which the lowest 32 are kept;
+ * floats too large become infinite. Codes and kinds of files as for writing.
  */
 MVK_API uint32_t mvk_read_landmarks(void* points, int count, const char* path, int is_float,
                                     int dims, char separator);

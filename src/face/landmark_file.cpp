@@ -20,7 +20,7 @@
 namespace mvk::face {
 namespace {
 
-// While it lives, strtod() and strtol() of this thread use the classic locale.
+// While it lives, strtod() and strtoll() of this thread use the classic locale.
 class ClassicNumbers {
  public:
   ClassicNumbers() : classic_(newlocale(LC_ALL_MASK, "C", locale_t{})) {
