@@ -74,6 +74,17 @@ Image comb(int width, int height, int back) {
   return image;
 }
 
+// Shapes of one pixel like the letter U, each inside the one before.
+Image nested(int side) {
+  auto image = std::make_shared<TestImage>(test::make_mask(test::Kind::Empty, side, side));
+  cv::Mat pixels(side, side, CV_8UC1, image->row(0));
+  for (int i = 0; i < side / 2; i += 2) {
+    const int end = side - 1 - i;
+    cv::rectangle(pixels, {i, -1}, {end, end}, 255);
+  }
+  return image;
+}
+
 const bool registered = [] {
   for (const char* name : {"collins", "hopper", "photographer"}) {
     for (const bench::Size size : {bench::Size{256, 256}, {1920, 1080}}) {
@@ -87,6 +98,10 @@ const bool registered = [] {
   add("photographer", scaled("photographer", 4032, 3024), mode_of(MK_OMODE_FILL_STROKE, 12, 3));
   add("noise", noise(1024, 30), mode_of(MK_OMODE_STROKE, 0, 0));
   add("stripes", comb(1920, 1080, 0), mode_of(MK_OMODE_STROKE, 0, 0));
+  for (const uint32_t mode : {MK_OMODE_FILL_STROKE, MK_OMODE_HULL_FILL_STROKE, MK_OMODE_VECTOR}) {
+    add("stripes", comb(1024, 1024, 0), mode_of(mode, 3, 0));
+    add("nested", nested(1024), mode_of(mode, 3, 0));
+  }
   const auto checkerboard =
       std::make_shared<TestImage>(test::make_mask(test::Kind::Checker, 128, 128));
   for (const uint32_t mode : {MK_OMODE_STROKE, MK_OMODE_FILL_STROKE, MK_OMODE_HULL_FILL_STROKE,
