@@ -25,8 +25,13 @@ targets=("$@")
 ((${#targets[@]})) || targets=($(sed -n 's/.*morvik_fuzz_\([a-z]*\)\.dir.*/\1/p' \
   build/fuzz/compile_commands.json | sort -u))
 cmake --build --preset fuzz --target "${targets[@]/#/morvik_fuzz_}"
+
 # Executions count for the sources that they were made with.
-sources=$(git ls-files -- src fuzz tests/robust tools/pictures | xargs cat | sha1sum | cut -c -12)
+counts_of() {
+  local sources=(src tests/robust fuzz/operations.cpp)
+  [[ $1 != pictures ]] || sources=(tools/pictures fuzz/pictures.cpp src/core/format.h)
+  echo "out/fuzz/$1.$(git ls-files -- "${sources[@]}" | xargs cat | sha1sum | cut -c -12).executions"
+}
 
 # A JPEG's tables, a profile and a file of landmarks are longer than what the operations need, whose
 # kept inputs have 25 bytes on average.
@@ -44,7 +49,8 @@ minimise() {
 }
 
 run() {
-  local target=$1 count counts=out/fuzz/$1.$sources.executions
+  local target=$1 count counts
+  counts=$(counts_of "$target")
   build/fuzz/fuzz/morvik_fuzz_"$target" -max_total_time="$seconds" -timeout=25 -rss_limit_mb=4096 \
     -max_len="$(longest "$target")" -entropic=0 -reload=0 -print_final_stats=1 \
     -artifact_prefix="out/fuzz/$target-" \
@@ -56,8 +62,8 @@ run() {
     "out/fuzz/$target.log") a second, $(<"$counts") with these sources"
 }
 
-export -f run minimise longest
-export seconds sources
+export -f run minimise longest counts_of
+export seconds
 for target in "${targets[@]}"; do mkdir -p "out/fuzz/$target" "fuzz/corpus/$target"; done
 if [[ $action == minimise ]]; then
   printf '%s\n' "${targets[@]}" | xargs -P "$(nproc)" -I{} bash -euc 'minimise {}'
@@ -66,7 +72,7 @@ fi
 printf '%s\n' "${targets[@]}" | xargs -P "$(nproc)" -I{} bash -euc 'run {}'
 [[ $action == write ]] || exit 0
 for target in "${targets[@]}"; do
-  count=$(sed ':a;s/\B[0-9]\{3\}\>/,&/;ta' "out/fuzz/$target.$sources.executions")
+  count=$(sed ':a;s/\B[0-9]\{3\}\>/,&/;ta' "$(counts_of "$target")")
   speed=$(sed -n 's/^stat::average_exec_per_sec: *//p' "out/fuzz/$target.log")
   sed -i "s/^| $target |.*/| $target | $count | $speed |/" docs/reliability.md
 done
