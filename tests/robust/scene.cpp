@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 #include <filesystem>
+#include <vector>
 
 #include "core/format.h"
 #include "reference/judge.h"
@@ -21,24 +22,45 @@ using kel::imageprocess::is_two_plane;
 // Sources have another byte in their padding than destinations, so that copied padding shows.
 uint8_t padding_of(const Plane& plane) { return plane.source ? 0x5A : 0xA5; }
 
-// The part of a plane that copies and rotations move; empty where rows overlap.
-cv::Mat pixels_of(const QX_OFFSCREEN& image, int plane, bool packed) {
+// The part of a plane that copies and rotations move.
+struct Rows {
+  uint8_t* data;
+  size_t step;
+  cv::Size size;
+  int type;
+
+  uint8_t* at(int y) const { return data + step * static_cast<size_t>(y); }
+  size_t row_bytes() const { return static_cast<size_t>(size.width * CV_MAT_CN(type)); }
+  cv::Mat read() const {
+    cv::Mat pixels(size, type);
+    for (int y = 0; y < size.height; ++y) std::memcpy(pixels.ptr(y), at(y), row_bytes());
+    return pixels;
+  }
+  // What is read after that: where rows overlap, later ones replace parts of those before.
+  cv::Mat write(const cv::Mat& pixels) const {
+    std::vector<uint8_t> memory(step * static_cast<size_t>(size.height) + row_bytes());
+    const Rows rows{memory.data(), step, size, type};
+    for (int y = 0; y < size.height; ++y) std::memcpy(rows.at(y), pixels.ptr(y), row_bytes());
+    return rows.read();
+  }
+};
+
+Rows rows_of(const QX_OFFSCREEN& image, int plane, bool packed) {
   const bool two = is_two_plane(image.format);
   const int w = two ? image.width / 2 * (2 - plane) : image.width;
   const int h = two ? image.height / 2 * (2 - plane) : image.height;
   const int bytes = plane == 1 ? 2 : bytes_per_pixel(image.format);
   const auto step = static_cast<size_t>(packed ? w * bytes : image.pitch[plane]);
-  if (step < static_cast<size_t>(w * bytes)) return {};
-  return {h, w, CV_8UC(bytes), image.plane[plane], step};
+  return {image.plane[plane], step, {w, h}, CV_8UC(bytes)};
 }
 
 bool is_turned(const Scene& s, int angle, bool packed) {
   for (int i = 0; i < (is_two_plane(s.src[0].format) ? 2 : 1); ++i) {
-    cv::Mat turned = pixels_of(s.src[0], i, packed).clone();
-    const cv::Mat result = pixels_of(s.dst[0], i, packed);
-    if (turned.empty() || result.empty()) continue;
+    cv::Mat turned = rows_of(s.src[0], i, packed).read();
+    const Rows to = rows_of(s.dst[0], i, packed);
+    if (turned.empty()) continue;
     if (angle != 0) cv::rotate(turned.clone(), turned, angle / 90 - 1);
-    if (cv::norm(result, turned, cv::NORM_INF) != 0) return false;
+    if (cv::norm(to.read(), to.write(turned), cv::NORM_INF) != 0) return false;
   }
   return s.code == MVK_OK;
 }
