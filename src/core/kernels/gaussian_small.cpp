@@ -253,7 +253,8 @@ void sum_all_columns(ColumnSums& sums, const SmallGaussian& job, const Plan& pla
   }
   const int64_t last = end - job.step;
   for (auto& row : sums.row) {
-    mirror(row + (first - origin), (first - left + reach) / job.step, job.step, -1);
+    // The last chunk may begin within a pixel.
+    mirror(row + (first - origin), (first - left + reach + job.step - 1) / job.step, job.step, -1);
     mirror(row + (last - origin), (left + chunk + reach - end) / job.step, job.step, 1);
   }
 }
