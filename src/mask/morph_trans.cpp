@@ -23,6 +23,8 @@ constexpr int kSmallestForBlocksAnywhere = 8;
 // with the kernel's area.
 constexpr int kSmallestForRuns = 7;
 constexpr int kSmallestForRunsAnywhere = 13;
+// What bits keep of wider rows fits no cache and may take more memory than the image.
+constexpr int kWidestForBits = 1 << 16;
 // OpenCV counts the bytes of the rows it keeps, three more than the kernel has, in an int.
 constexpr int kWidestForOpenCv = 1 << 27;
 
@@ -61,7 +63,7 @@ uint32_t morph_trans(const cv::Mat& src, cv::Mat& dst, int32_t amount) {
     morph_blocks(src, dst, side, amount > 0);
     return MVK_OK;
   }
-  if (side >= kSmallestForBits && side <= kLargestForBits &&
+  if (side >= kSmallestForBits && side <= kLargestForBits && src.cols <= kWidestForBits &&
       morph_bits(src, dst, side, amount > 0)) {
     return MVK_OK;
   }
