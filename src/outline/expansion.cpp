@@ -25,7 +25,8 @@ double distance_between(cv::Point point, cv::Point2d centre) {
   return std::sqrt(dx * dx + dy * dy);
 }
 
-// The largest over all points; not finite when a point lies on the centre.
+// The largest over all points; not finite when a point lies on the centre (with an expand_size of
+// 0: when the first one does).
 double radial_scale(const kel::Contour& contour, cv::Point2d centre, uint16_t expand_size) {
   const auto scale_at = [&](cv::Point point) {
     const double distance = distance_between(point, centre);

@@ -13,7 +13,7 @@ namespace outline {
 
 // Both move the points of the main contours and set the pixels of all contours, filled, in `mask`.
 // The centre of a contour is `center`, or its centroid when that is null; a contour whose centre or
-// scale is not finite stays where it is. Coordinates saturate.
+// scale is not finite stays where it is. Distances saturate, their sums with the centre wrap.
 
 // Scales about the centre, by the factor that moves the nearest point out by `expand_size` pixels.
 void expansion_contours_polar(kel::Contours& contours, uint16_t expand_size, kel::BitMask& mask,
