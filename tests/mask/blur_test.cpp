@@ -88,6 +88,28 @@ TEST_F(Smooth, EveryKernel) {
   }
 }
 
+// Rows end everywhere in vectors, words and the chunks that kernels take.
+TEST_F(Smooth, EveryWidth) {
+  test::Random random(9);
+  for (int width = 1; width < 1100; ++width) {
+    for (const uint32_t format : {QX_FMT_GRAY, QX_FMT_RGB24}) {
+      const TestImage src(format, width, random.range(1, 6), 0, 0, random.next());
+      const int ksize = 2 * random.range(1, 6) + 1;
+      const std::pair<MKBlur, int> blurs[]{{MKBlur::Gaussian, 3},     {MKBlur::Gaussian, 5},
+                                           {MKBlur::Gaussian, 7},     {MKBlur::Gaussian, 6 + ksize},
+                                           {MKBlur::Median, ksize},   {MKBlur::Mean, ksize},
+                                           {MKBlur::Bilateral, ksize}};
+      for (const auto& [type, side] : blurs) {
+        const cv::Mat expected = as_written::blur(as_written::block(src), {}, side, type, 9, 3);
+        const TestImage both = src.clone();
+        const auto kernel = static_cast<uint32_t>(side);
+        ASSERT_EQ(mvk_smooth(both.get(), both.get(), kernel, type, 0, 9, 3), MVK_OK);
+        ASSERT_EQ(cv::norm(as_written::block(both), expected), 0.0) << both << " by " << side;
+      }
+    }
+  }
+}
+
 // Gray levels far apart and near ones, flat areas, rows that end anywhere in a vector, kernels
 // larger than the image, weights that vanish and weights that do not fall.
 TEST_F(Smooth, BilateralOfManyKernels) {
