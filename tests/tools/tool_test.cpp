@@ -247,6 +247,23 @@ TEST_F(Tool, WritesWholeFilesOrNone) {
   }
 }
 
+// Not where a sanitizer or an emulator takes more memory than this for itself.
+TEST_F(Tool, EndsWithASentenceWhenMemoryRunsOut) {
+  if (run("--version", "ulimit -v 80000; ").status != 0) GTEST_SKIP();
+  std::string noise(20'000'000, '\0');
+  test::Random random(5);
+  for (char& byte : noise) byte = static_cast<char>(random.next());
+  tool::write_file(file("noise.gray"), noise);
+  for (const std::string limit : {"80000", "100000", "110000", "120000"}) {
+    const Result result =
+        run("convert noise.gray --raw gray --size 5000x4000 --quality 100 -o n.jpg",
+            "ulimit -v " + limit + "; ");
+    if (result.status == 0) continue;  // some systems need less
+    EXPECT_EQ(result.status, 2) << limit;
+    EXPECT_NE(result.err.find("memory"), std::string::npos) << limit << ": " << result.err;
+  }
+}
+
 TEST_F(Tool, EveryCommandExplainsItself) {
   for (const std::string name : {"convert", "rotate", "resize", "smooth-mask", "fill-holes",
                                  "morph", "blur", "fill-polygon", "bbox", "outline", "sticker",

@@ -7,8 +7,10 @@
 // clang-format on
 
 #include <algorithm>
+#include <array>
 #include <csetjmp>
 #include <memory>
+#include <utility>
 
 #include "pictures/codecs.h"
 #include "pictures/failure.h"
@@ -110,6 +112,44 @@ ColorTags color_of(Decoder& decoder) {
   return color;
 }
 
+// Where the encoder writes to. libjpeg's own destination in memory leaves a freed buffer behind
+// when it cannot get a larger one.
+struct Destination : jpeg_destination_mgr {
+  Destination() : jpeg_destination_mgr{} {
+    init_destination = [](j_compress_ptr encoder) { destination_of(encoder).start_over(); };
+    empty_output_buffer = [](j_compress_ptr encoder) -> boolean {
+      Destination& self = destination_of(encoder);
+      self.append(encoder, self.buffer.size());  // full, whatever free_in_buffer says
+      self.start_over();
+      return TRUE;
+    };
+    term_destination = [](j_compress_ptr encoder) {
+      Destination& self = destination_of(encoder);
+      self.append(encoder, self.buffer.size() - self.free_in_buffer);
+    };
+  }
+  static Destination& destination_of(j_compress_ptr encoder) {
+    return *static_cast<Destination*>(encoder->dest);
+  }
+  void start_over() {
+    next_output_byte = buffer.data();
+    free_in_buffer = buffer.size();
+  }
+  void append(j_compress_ptr encoder, size_t count) {
+    bool done = false;
+    try {
+      file.insert(file.end(), buffer.data(), buffer.data() + count);
+      done = true;
+    } catch (const std::bad_alloc&) {
+      done = false;
+    }
+    if (!done) ERREXIT1(encoder, JERR_OUT_OF_MEMORY, 0);
+  }
+
+  Bytes file;
+  std::array<JOCTET, size_t{1} << 16> buffer;
+};
+
 void read_header(Decoder& decoder, std::span<const uint8_t> file) {
   decoder.run(kDamaged, [&] {
     jpeg_mem_src(decoder.get(), file.data(), file.size());
@@ -161,12 +201,9 @@ Bytes encode_jpeg(const Picture& picture, const ColorTags& color, const Encoding
   const bool gray = picture.format() == QX_FMT_GRAY;
   if (!gray && picture.format() != QX_FMT_RGB24) throw Failure("a JPEG holds gray or rgb24 pixels");
   Encoder encoder(+[](jpeg_compress_struct* it) { jpeg_create_compress(it); });
-  unsigned char* memory = nullptr;
-  unsigned long size = 0;
-  const auto free_memory = [&memory](void*) { std::free(memory); };
-  const std::unique_ptr<void, decltype(free_memory)> owner(&memory, free_memory);
+  Destination destination;
+  encoder->dest = &destination;
   encoder.run(kNotMade, [&] {
-    jpeg_mem_dest(encoder.get(), &memory, &size);
     encoder->image_width = static_cast<JDIMENSION>(picture.width());
     encoder->image_height = static_cast<JDIMENSION>(picture.height());
     encoder->input_components = gray ? 1 : 3;
@@ -186,7 +223,7 @@ Bytes encode_jpeg(const Picture& picture, const ColorTags& color, const Encoding
     }
     jpeg_finish_compress(encoder.get());
   });
-  return {memory, memory + size};
+  return std::move(destination.file);
 }
 
 }  // namespace tool
