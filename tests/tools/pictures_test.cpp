@@ -102,6 +102,25 @@ TEST(Pictures, DamagedFilesAreRefused) {
   }
 }
 
+TEST(Pictures, TooLargeOnesAreNotCalledDamaged) {
+  png_image png{};
+  png.version = PNG_IMAGE_VERSION;
+  png.width = 40'000;
+  png.height = 2;
+  png.format = PNG_FORMAT_GRAY;
+  const Bytes pixels(80'000);
+  Bytes file(80'000);
+  png_alloc_size_t size = file.size();
+  ASSERT_NE(png_image_write_to_memory(&png, file.data(), &size, 0, pixels.data(), 0, nullptr), 0);
+  try {
+    tool::decode_png({file.data(), size});
+    ADD_FAILURE() << "it was read";
+  } catch (const Failure& failure) {
+    EXPECT_TRUE(std::string_view(failure.what()).starts_with("the size 40000x2 is not accepted"))
+        << failure.what();
+  }
+}
+
 // Frames as cameras deliver them: what is not a pixel never gets in.
 TEST(Pictures, RawFramesOfAnyLayout) {
   struct Case {

@@ -25,7 +25,8 @@ class Png {
                                 : png_create_write_struct(PNG_LIBPNG_VER_STRING, this, fail, warn)),
         info_(png_ == nullptr ? nullptr : png_create_info_struct(png_)) {
     if (info_ == nullptr) throw std::bad_alloc();
-    png_set_user_limits(png_, kMaxSide, kMaxSide);
+    // Sizes are checked here, with a better sentence than libpng's.
+    png_set_user_limits(png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
   }
   ~Png() {
     if (direction_ == kRead) {
