@@ -70,9 +70,31 @@ TEST(Pictures, WebpKeepsWhatItShould) {
     const size_t from = picture.row_bytes() / 37, to = again.row_bytes() / 37;
     for (size_t i = 0; i < 37 * 21; ++i) {
       const uint8_t* pixel = &picture.bytes()[from * i];
-      if (from == 4 && pixel[3] == 0) continue;  // its colour is of no account
       ASSERT_TRUE(std::equal(pixel, pixel + from, &again.bytes()[to * i])) << i;
     }
+  }
+}
+
+// libjpeg takes at most 255 times 65519 bytes.
+TEST(Pictures, JpegsWithoutASoundProfileAreRead) {
+  for (const size_t excess : {0u, 1u}) {
+    Bytes icc(255 * 65519 + excess);
+    std::copy_n("RGB ", 4, &icc[16]);
+    Bytes file = tool::encode_jpeg(Picture(QX_FMT_RGB24, {9, 7}), {icc});
+    const tool::Decoded whole = tool::decode_jpeg(file);
+    EXPECT_EQ(whole.remark, "");
+    EXPECT_TRUE(whole.color.icc == (excess == 0 ? icc : Bytes())) << excess;
+    const std::string_view mark = "ICC_PROFILE";
+    const auto marker = std::search(file.begin(), file.end(), mark.begin(), mark.end());
+    if (excess == 1) {
+      EXPECT_EQ(marker, file.end());
+      continue;
+    }
+    marker[12] = 2;  // there are two second parts now, and no first
+    const tool::Decoded broken = tool::decode_jpeg(file);
+    EXPECT_EQ(broken.picture.bytes(), whole.picture.bytes());
+    EXPECT_TRUE(broken.color.icc.empty());
+    EXPECT_EQ(broken.remark, "its colour profile is broken and left out");
   }
 }
 

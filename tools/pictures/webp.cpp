@@ -113,6 +113,7 @@ Bytes encode_webp(const Picture& picture, const ColorTags& color, const Encoding
   WebPConfig config;
   if (WebPConfigInit(&config) == 0) throw Failure("libwebp is of another version");
   config.lossless = how.quality >= kLossless || picture.format() == QX_FMT_GRAY ? 1 : 0;
+  config.exact = config.lossless;  // colours below an alpha of 0 stay
   config.quality = config.lossless != 0 ? 75.0F : static_cast<float>(how.quality);
   WebPMemoryWriter writer;
   WebPMemoryWriterInit(&writer);
