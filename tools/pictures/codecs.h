@@ -13,7 +13,7 @@ struct Decoded {
   Picture picture;
   ColorTags color{};
   int orientation = 1;   // 1 to 8 as EXIF counts; pixels are as they are stored
-  std::string remark{};  // what is odd about the file, though nothing is lost; mostly empty
+  std::string remark{};  // what is odd about the file, though no pixel is lost; mostly empty
 };
 
 struct Encoding {

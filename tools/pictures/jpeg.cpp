@@ -20,13 +20,15 @@ namespace {
 
 constexpr int kExif = JPEG_APP0 + 1;
 constexpr int kIcc = JPEG_APP0 + 2;
-constexpr int kMaxScans = 500;  // small files of more take minutes
+constexpr size_t kLargestProfile = size_t{255} * 65519;  // so many markers, so many bytes in each
+constexpr int kMaxScans = 500;                           // small files of more take minutes
 
 // libjpeg's way out: its error handler leaves by a long jump.
 struct Errors : jpeg_error_mgr {
   std::jmp_buf jump;
   char message[JMSG_LENGTH_MAX] = {};
   int surplus = 0;  // bytes between the pixels and the end
+  bool bad_profile = false;
 };
 
 Errors& errors_of(j_common_ptr codec) { return *static_cast<Errors*>(codec->err); }
@@ -38,10 +40,14 @@ Errors& errors_of(j_common_ptr codec) { return *static_cast<Errors*>(codec->err)
 }
 
 // A file that makes the decoder warn has lost pixels: it is refused like any other damaged one.
-// Only bytes too many before the end are common and harmless.
+// Only bytes too many before the end are common and harmless, and a broken profile costs no pixel.
 void on_message(j_common_ptr codec, int level) {
   if (level >= 0) return;
   Errors& errors = errors_of(codec);
+  if (errors.msg_code == JWRN_BOGUS_ICC) {
+    errors.bad_profile = true;
+    return;
+  }
   if (errors.msg_code != JWRN_EXTRANEOUS_DATA || errors.msg_parm.i[1] != JPEG_EOI) leave(codec);
   errors.surplus = errors.msg_parm.i[0];
 }
@@ -69,7 +75,7 @@ class Jpeg {
 
   Codec* operator->() { return &codec_; }
   Codec* get() { return &codec_; }
-  int surplus() const { return errors_.surplus; }
+  const Errors& errors() const { return errors_; }
 
   // What the calls leave by a long jump must not need a destructor.
   template <class Calls>
@@ -150,6 +156,18 @@ struct Destination : jpeg_destination_mgr {
   std::array<JOCTET, size_t{1} << 16> buffer;
 };
 
+std::string remark_on(const Errors& errors) {
+  std::string remark;
+  if (errors.surplus > 0) {
+    remark =
+        std::to_string(errors.surplus) + " bytes too many before the JPEG's end; it may be damaged";
+  }
+  if (errors.bad_profile) {
+    remark += std::string(remark.empty() ? "" : "; ") + "its colour profile is broken and left out";
+  }
+  return remark;
+}
+
 void read_header(Decoder& decoder, std::span<const uint8_t> file) {
   decoder.run(kDamaged, [&] {
     jpeg_mem_src(decoder.get(), file.data(), file.size());
@@ -190,10 +208,7 @@ Decoded decode_jpeg(std::span<const uint8_t> file) {
   result.color = color_of(decoder);
   result.orientation = orientation_of(*decoder.get());
   decoder.run(kDamaged, [&] { jpeg_finish_decompress(decoder.get()); });
-  if (decoder.surplus() > 0) {
-    result.remark = std::to_string(decoder.surplus()) +
-                    " bytes too many before the JPEG's end; it may be damaged";
-  }
+  result.remark = remark_on(decoder.errors());
   return result;
 }
 
@@ -213,7 +228,7 @@ Bytes encode_jpeg(const Picture& picture, const ColorTags& color, const Encoding
     // Colours at full size, unlike the default.
     encoder->comp_info[0].h_samp_factor = encoder->comp_info[0].v_samp_factor = 1;
     jpeg_start_compress(encoder.get(), TRUE);
-    if (profile_fits(color.icc, picture.format())) {
+    if (profile_fits(color.icc, picture.format()) && color.icc.size() <= kLargestProfile) {
       jpeg_write_icc_profile(encoder.get(), color.icc.data(),
                              static_cast<unsigned>(color.icc.size()));
     }
