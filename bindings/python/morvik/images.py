@@ -128,8 +128,7 @@ class Frame:
         width, height = self.size
         if width % 2 == 0 and height % 2 == 0:
             return self
-        if width < 2 or height < 2:
-            raise ValueError(f"a frame of {width} x {height} has no whole pair of chroma")
+        _check_pairs(width, height)
         return Frame(self.y[: height & ~1, : width & ~1], self.uv[: height // 2, : width // 2],
                      self.format)
 
@@ -139,6 +138,11 @@ class Frame:
         pairs = self._uv.strides[0] if rows > 1 else 2 * self._uv.shape[1]
         return raw.image(_FRAME_FORMATS[self._format], width, height, address(self._y), step,
                          address(self._uv), pairs)
+
+
+def _check_pairs(width: int, height: int) -> None:
+    if width < 2 or height < 2:
+        raise ValueError(f"a frame of {width} x {height} has no whole pair of chroma")
 
 
 Picture = Union[Image, Frame]
@@ -208,8 +212,9 @@ def convert(image: Picture, to: str, *, format: str | None = None, out: Any = No
     out     array or Frame that is written instead of a fresh one
 
     Gray is the mean of the three colours, rounded down, and of a frame its brightness. YUV is
-    BT.601 in limited range. Raises ValueError for pairs without a conversion: equal formats, and
-    "rgba" to or from anything but frames.
+    BT.601 in limited range. From gray to frames of odd sizes the even part is written; the last
+    column and row are black. Raises ValueError for pairs without a conversion: equal formats, and
+    "rgba" to or from anything but frames; and from gray to frames of one row or column.
 
     >>> convert(np.full((2, 2, 3), 90, np.uint8), "gray")
     array([[90, 90],
@@ -224,8 +229,13 @@ def convert(image: Picture, to: str, *, format: str | None = None, out: Any = No
     height, width = planes[0].shape[:2]
     result: Any
     if to in _FRAME_FORMATS:
-        result = _frame_out(out, Size(width, height), to, *planes)
-        record = result._describe()
+        result = written = _frame_out(out, Size(width, height), to, *planes)
+        if origin == raw.GRAY:
+            _check_pairs(width, height)
+            if out is not None:
+                # The library fills the padding, too, which is not out's, and of odd sizes not all pixels.
+                written = Frame.empty(result.size, to)
+        record = written._describe()
     else:
         check_size(width, height, "the result", _CHANNELS[target])
         shape = _shape(Size(width, height), _CHANNELS[target])
@@ -233,6 +243,8 @@ def convert(image: Picture, to: str, *, format: str | None = None, out: Any = No
         record = describe(result, target)
     given = image._describe() if isinstance(image, Frame) else describe(image, origin)
     check(library.mvk_convert(record, given), "mvk_convert")
+    if isinstance(result, Frame) and written is not result:
+        result.y[...], result.uv[...] = written.y, written.uv
     return result
 
 

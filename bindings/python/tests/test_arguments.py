@@ -65,6 +65,8 @@ WRONG = [
     (lambda: morvik.resize(GRAY, (5, 5), method="best"), ValueError, "one of nearest"),
     (lambda: morvik.resize(FRAME, (5, 4)), ValueError, "odd"),
     (lambda: morvik.resize(morvik.Frame.empty((1, 4)), (2, 2)), ValueError, "no whole pair"),
+    *[(lambda size=size: morvik.convert(np.zeros(size, np.uint8), "nv12"), ValueError, "no whole pair")
+      for size in ((1, 9), (9, 1))],
     *[(lambda angle=angle: morvik.rotate(GRAY, angle), ValueError, f"angle is {angle}; 0, 90, 180 or 270")
       for angle in (45, -90, 360)],
     # Frames that hold a copy of the caller's plane, or planes that share memory.
@@ -145,6 +147,20 @@ def test_out_is_written_in_place_or_refused(name):
         buffer = np.zeros(900, np.uint8)
         with pytest.raises(ValueError, match="overlaps"):
             OUT[name](buffer[:600].reshape(20, 30), buffer[30:630].reshape(20, 30))
+
+
+@pytest.mark.parametrize("format", ["nv12", "nv21"])
+@pytest.mark.parametrize("image", [GRAY, GRAY[:5, :7], BGR[:5, :7]], ids=["gray", "odd gray", "odd colours"])
+def test_a_frame_is_written_and_nothing_beside_it(image, format):
+    """Its rows are padded but for the last one, which ends its buffer."""
+    height, width = image.shape[:2]
+    rows, row = height + (height + 1) // 2, (width + 1) // 2 * 2
+    expected, memory = morvik.convert(image, format), np.full((rows + 1, 40), 7, np.uint8)
+    out = morvik.Frame.from_bytes(memory.reshape(-1)[: 40 * (rows - 1) + row], (width, height), format, stride=40)
+    assert morvik.convert(image, format, out=out) is out and out.tobytes() == expected.tobytes()
+    for of_frame in (memory[:height, :width], memory[height:rows, :row]):
+        of_frame[:] = 7
+    assert (memory == 7).all()
 
 
 # Anything: arrays of odd types, shapes and strides, numbers from everywhere, things.
