@@ -1,4 +1,6 @@
 // The tool as its users run it: command lines in, files, texts and exit status out.
+#include <fcntl.h>
+
 #include <CLI/CLI.hpp>
 #include <cmath>
 #include <opencv2/core.hpp>
@@ -245,6 +247,25 @@ TEST_F(Tool, WritesWholeFilesOrNone) {
     EXPECT_NE(std::system(("cd " + folder_.string() + "; " + killed).c_str()), 0);
     EXPECT_TRUE(names_and_contents() == before) << signal;
   }
+}
+
+TEST_F(Tool, WritesToLongNamesAndSlowReaders) {
+  const std::string name = std::string(250, 'n') + ".png";
+  for (const std::string photo : {"hopper", "collins"}) {
+    expect_done("convert samples/" + photo + ".jpg -o " + name);
+    EXPECT_TRUE(picture(name).bytes() == picture("samples/" + photo + ".jpg").bytes()) << photo;
+  }
+  // A pipe that takes 64 KB and then says that it is not ready.
+  FILE* slow = ::popen(("sleep 0.3; cat >" + file("slow.nv21")).c_str(), "w");
+  ASSERT_NE(slow, nullptr);
+  ASSERT_EQ(::fcntl(::fileno(slow), F_SETFL, O_WRONLY | O_NONBLOCK), 0);
+  const std::string frame = "samples/hopper_frame_640x480.nv21";
+  const std::string to_pipe = " -o - >&" + std::to_string(::fileno(slow));
+  const std::string convert =
+      MORVIK_TOOL " convert " + frame + " --raw nv21 --size 640x480 --as nv21";
+  EXPECT_EQ(std::system(("cd " + folder_.string() + " && " + convert + to_pipe).c_str()), 0);
+  ::pclose(slow);
+  EXPECT_TRUE(text_of("slow.nv21") == text_of(frame));
 }
 
 // Not where a sanitizer or an emulator takes more memory than this for itself.

@@ -1,6 +1,7 @@
 #include "pictures/files.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -27,10 +28,26 @@ constexpr size_t kMaxFile = size_t{1} << 30;
 
 std::string own_path(int number) { return "/proc/self/fd/" + std::to_string(number); }
 
-// A name beside the file's that no other thread or process uses.
+// A name beside the file's that no other thread or process uses. File systems end at 255 bytes, and
+// some want whole characters of UTF-8.
 std::string name_beside(const std::string& path) {
   static std::atomic<unsigned> count{0};
-  return path + "." + std::to_string(::getpid()) + "-" + std::to_string(++count);
+  const fs::path to(path);
+  std::string name = to.filename().string();
+  size_t length = std::min<size_t>(name.size(), 200);
+  while (length > 0 && length < name.size() && (name[length] & 0xC0) == 0x80) --length;
+  name = name.substr(0, length) + "." + std::to_string(::getpid()) + "-" + std::to_string(++count);
+  return (to.parent_path() / name).string();
+}
+
+// Whether a read or write that failed is worth another try: a signal came, or the other end was not
+// ready and now is.
+bool may_try_again(int number, short event) {
+  if (errno == EINTR) return true;
+  if (errno != EAGAIN) return false;
+  pollfd end{number, event, 0};
+  ::poll(&end, 1, -1);
+  return true;
 }
 
 }  // namespace
@@ -56,7 +73,7 @@ Bytes InputFile::read(size_t count) {
     const size_t have = content.size();
     content.resize(std::min(count, std::max(have + kStep, have * 2)));
     const ssize_t got = ::read(number_, content.data() + have, content.size() - have);
-    if (got < 0 && errno != EINTR) fail_at("cannot read", shown_name(path_));
+    if (got < 0 && !may_try_again(number_, POLLIN)) fail_at("cannot read", shown_name(path_));
     content.resize(have + static_cast<size_t>(std::max<ssize_t>(got, 0)));
     if (got == 0) break;
   }
@@ -105,7 +122,7 @@ void OutputFile::open_named() {
 void OutputFile::write(std::span<const uint8_t> content) {
   while (!content.empty()) {
     const ssize_t written = ::write(number_, content.data(), content.size());
-    if (written < 0 && errno != EINTR) fail_at("cannot write", path_);
+    if (written < 0 && !may_try_again(number_, POLLOUT)) fail_at("cannot write", path_);
     if (written > 0) content = content.subspan(static_cast<size_t>(written));
   }
 }
