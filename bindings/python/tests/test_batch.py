@@ -118,6 +118,22 @@ def test_foreheads_are_those_of_the_tool(tool, tmp_path, ending, shares, monkeyp
         assert (tmp_path / f"batch/{name}.{ending}").read_text() == (tmp_path / f"tool/{name}.{ending}").read_text()
 
 
+def test_names_that_are_no_utf8(folders, monkeypatch):
+    monkeypatch.chdir(folders)
+    os.mkdir("latin")
+    name = os.fsencode("latin/gr") + b"\xfc\xdf"
+    shutil.copy(SAMPLES / "hopper_mask_256x256.png", name + b".png")
+    shutil.copy(folders / "photos/._veil.png", name + b"e.png")
+    run = "morph --masks latin -o out --amount 3 -j 1 --failures failed.txt --manifest all.jsonl".split()
+    for words in ([], ["--skip-existing"], ["--skip-existing"]):
+        done = batch(*run, *words)
+        assert done.returncode == 1 and "Traceback" not in done.stderr, done.stderr
+        failed = (folders / "failed.txt").read_bytes()
+        assert failed.startswith(b"gr\xfc\xdfe.png\t") and failed.count(b"\n") == 1
+    assert os.path.exists(b"out/gr\xfc\xdf.png")
+    assert len((folders / "all.jsonl").read_text().splitlines()) == 4  # the failure is tried three times
+
+
 def test_a_second_run_goes_on(folders, monkeypatch):
     """Failures are listed; what is there stays; records and failures of the first run are kept until there are others."""
     monkeypatch.chdir(folders)
@@ -127,7 +143,9 @@ def test_a_second_run_goes_on(folders, monkeypatch):
     os.mkdir("out")
     for part in ("theirs", "old"):
         (folders / f"out/.morvik-part-{part}").touch()
-    os.utime("out/.morvik-part-old", (1, 1))
+    os.mkdir("out/.morvik-part-stuck")  # removing it fails, as another user's does
+    for part in ("old", "stuck"):
+        os.utime(f"out/.morvik-part-{part}", (1, 1))
     run = ["smooth-mask", "--photos", "photos", "--masks", "masks", "-o", "out", "-j", 2, "--limit", 128,
            "--failures", "failed.txt", "--manifest", "all.jsonl"]
     photos = {name for name in os.listdir("photos") if not name.startswith(".")}
@@ -135,7 +153,8 @@ def test_a_second_run_goes_on(folders, monkeypatch):
     assert done.returncode == 1 and f"{len(photos) - 2} done, 0 skipped, 2 failed" in done.stdout
     alone, broken = sorted((folders / "failed.txt").read_text().splitlines())
     assert alone.startswith("alone.jpg\tthere is no ") and broken.startswith("broken.jpg\t")
-    assert [name for name in os.listdir("out") if name.startswith(".")] == [".morvik-part-theirs"]
+    assert sorted(name for name in os.listdir("out") if name.startswith(".")) == [
+        ".morvik-part-stuck", ".morvik-part-theirs"]
     first = (folders / "all.jsonl").read_text()
     assert sorted(json.loads(line)["name"] for line in first.splitlines()) == sorted(photos)
 

@@ -107,14 +107,19 @@ def _move(fs: Any, origin: str, path: str) -> None:
 
 
 def remove_parts(url: str, run: str) -> None:
-    """Removes what killed workers of this run left in a folder, and what is there of others for more than a day."""
+    """Removes what killed workers of this run left in a folder, and what is there of others for more than a day.
+
+    What cannot be removed stays, such as another user's; the run's files are all there.
+    """
     fs, folder = filesystem(url)
-    if isinstance(fs, LocalFileSystem):
-        paths = [entry.path for entry in os.scandir(folder) if entry.name.startswith(PART)]
-    else:
-        paths = [path for path in fs.ls(folder, detail=False) if path.rpartition("/")[2].startswith(PART)]
+    paths: list[str] = []
+    with contextlib.suppress(Exception):
+        if isinstance(fs, LocalFileSystem):
+            paths = [entry.path for entry in os.scandir(folder) if entry.name.startswith(PART)]
+        else:
+            paths = [path for path in fs.ls(folder, detail=False) if path.rpartition("/")[2].startswith(PART)]
     for path in paths:
-        with contextlib.suppress(FileNotFoundError, NotImplementedError):
+        with contextlib.suppress(Exception):
             if f"{PART}{run}-" in path or _age(fs, path) > _DAY:
                 fs.rm_file(path)
 

@@ -12,16 +12,17 @@ from typing import Any, Iterator, TextIO
 import numpy as np
 
 
+# Names of files that are no UTF-8 are written as they are, with errors="surrogateescape".
 def _lines(path: str | None) -> Iterator[str]:
     if path and os.path.isfile(path):
-        with open(path, encoding="utf-8", errors="replace") as file:
+        with open(path, encoding="utf-8", errors="surrogateescape") as file:
             yield from (line.rstrip("\n") for line in file)
 
 
 def _opened(path: str | None, goes_on: bool) -> TextIO | None:
     if path is None:
         return None
-    file = open(path, "a" if goes_on else "w", encoding="utf-8")
+    file = open(path, "a" if goes_on else "w", encoding="utf-8", errors="surrogateescape")
     if goes_on and os.path.isfile(path) and os.path.getsize(path):
         with open(path, "rb") as before:
             before.seek(-1, os.SEEK_END)
@@ -82,10 +83,10 @@ class Failures:
             return
         self._file.close()
         if self._has_old:
-            with open(self._path, encoding="utf-8") as file:
+            with open(self._path, encoding="utf-8", errors="surrogateescape") as file:
                 file.seek(self._own)
                 text = "".join(f"{line}\n" for line in self._earlier.values()) + file.read()
-            with open(f"{self._path}.part", "w", encoding="utf-8") as file:
+            with open(f"{self._path}.part", "w", encoding="utf-8", errors="surrogateescape") as file:
                 file.write(text)
             os.replace(f"{self._path}.part", self._path)
 
