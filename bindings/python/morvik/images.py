@@ -54,7 +54,7 @@ class Frame:
         if not isinstance(uv, np.ndarray) or uv.dtype != np.uint8 or uv.shape != pairs:
             raise ValueError(f"uv is a uint8 array of shape {pairs} for a frame of {width} x {height}")
         step = uv.strides[0]
-        tight = uv[:1].flags.c_contiguous and width <= step and step * pairs[0] <= MAX_BYTES
+        tight = uv[:1].flags.c_contiguous and 2 * pairs[1] <= step and step * pairs[0] <= MAX_BYTES
         self._uv: Image = _kept(uv if tight else np.ascontiguousarray(uv), uv)
         self._format = format
 

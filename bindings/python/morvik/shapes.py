@@ -10,7 +10,7 @@ from numpy.typing import NDArray
 
 from . import raw
 from ._arrays import (
-    MAX_BYTES, MAX_SIDE, Image, check, check_size, choice, describe, destination,
+    MAX_BYTES, MAX_SIDE, Image, address, check, check_size, choice, describe, destination,
     make_room_for_contours, points_of, size_of, source, whole,
 )
 from .images import Frame, convert, resize
@@ -60,6 +60,8 @@ def outlines(
         if mode not in ("polar-center", "vector-center"):
             raise ValueError(f"the mode {mode} has no center")
         point = points_of(np.reshape(center, (1, -1)), "center")
+        if len(point) != 1:
+            raise ValueError("center has no point; (x, y) is expected")
         record.center = ctypes.pointer(raw.TPOINT(*point[0].tolist()))
     if isinstance(mask, Frame):
         if mask.format != "nv21":
@@ -82,11 +84,13 @@ def _trace(image: bytes, mode: raw.MKOutlineMode) -> list[Outline]:
             return []
         check(code, "mvk_outline_expansion")
         counts = found.point_counts[: found.contour_count]
-        memory = bytearray(b"".join(map(ctypes.string_at, found.points[: found.contour_count],
-                                        (8 * count for count in counts))))
+        every = np.empty((sum(counts), 2), np.int32)
+        to = address(every)
+        for count, points in zip(counts, found.points[: found.contour_count]):
+            ctypes.memmove(to, points, 8 * count)  # takes more than 2 GiB, unlike string_at()
+            to += 8 * count
     finally:
         library.mvk_outline_destroy(handle, ctypes.byref(found))
-    every = np.frombuffer(memory, np.int32).reshape(-1, 2)
     return np.split(every, np.cumsum(counts)[:-1]) if counts else []
 
 
@@ -136,7 +140,7 @@ def outlines_to_geojson(outlines: Outlines) -> Dict[str, Any]:
     """The outlines as a GeoJSON MultiPolygon, holes with the shape around them.
 
     ``shapely.geometry.shape`` reads it. An outline inside an odd number of others is a hole of the
-    smallest of them; outlines of less than three points are left out.
+    smallest of them that is none itself; outlines of less than three points are left out.
 
     >>> square = np.array([[0, 0], [8, 0], [8, 8], [0, 8]])
     >>> [len(polygon) for polygon in outlines_to_geojson([square, square // 4 + 3])["coordinates"]]
@@ -153,10 +157,11 @@ def outlines_to_geojson(outlines: Outlines) -> Dict[str, Any]:
     for i, ring in enumerate(rings):
         points: Any = ring.tolist()
         closed = [tuple(point) for point in [*points, points[0]]]
-        if len(around[i]) % 2 == 0:
-            polygons[i] = [closed]
+        shapes = [j for j in around[i] if j in polygons]  # none where outlines cross
+        if len(around[i]) % 2 and shapes:
+            polygons[shapes[-1]].append(closed)
         else:
-            polygons[around[i][-1]].append(closed)
+            polygons[i] = [closed]
     return {"type": "MultiPolygon", "coordinates": list(polygons.values())}
 
 
@@ -243,6 +248,8 @@ def _rle_counts(text: bytes) -> list[int]:
                 value -= 1 << shift
             counts.append(value + (counts[-2] if len(counts) > 2 else 0))
             value = shift = 0
+    if shift:
+        raise ValueError("the counts end inside a number")
     return counts
 
 
@@ -265,8 +272,8 @@ def sticker(
                  least 512
     out          H x W x 4 array that is written instead of a fresh one; not with ``crop`` or ``fit``
 
-    Returns BGRA, uint8; what is transparent is black. Raises ValueError when no pixel of the mask is
-    above 127.
+    Returns BGRA, uint8; beyond mask and border it is black. Raises ValueError when no pixel of the
+    mask is above 127 and there is a border to draw, and when ``crop`` or ``fit`` find nothing to see.
 
     >>> photo = np.zeros((20, 20, 3), np.uint8)
     >>> sticker(photo, fill_polygon([(9, 9), (11, 11)], (20, 20)), expand=4, crop=True).shape

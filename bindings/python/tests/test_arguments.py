@@ -55,6 +55,7 @@ WRONG = [
     (lambda: morvik.outlines(GRAY, "round"), ValueError, "one of stroke"),
     (lambda: morvik.outlines(GRAY, expand=501), ValueError, "0 to 500"),
     (lambda: morvik.outlines(GRAY, center=(1, 2)), ValueError, "no center"),
+    (lambda: morvik.outlines(GRAY, "polar-center", center=()), ValueError, "center has no point"),
     (lambda: morvik.outlines(morvik.Frame.empty((4, 4), "nv12")), ValueError, "nv21"),
     (lambda: morvik.convert(BGR, "bgr"), ValueError, "no conversion from bgr to bgr"),
     (lambda: morvik.convert(BGR, "rgba"), ValueError, "no conversion from bgr to rgba"),
@@ -75,6 +76,8 @@ WRONG = [
     (lambda: morvik.convert(BGR, "nv21", out=morvik.Frame(WIDE[:, :30], WIDE[:10, 20:50].reshape(10, 15, 2))),
      ValueError, "planes of out overlap"),
     (lambda: morvik.convert(BGR, "nv21", out=morvik.Frame(BGR[..., 0], PAIRS)), ValueError, "strides"),
+    (lambda: morvik.convert(BGR[:3, :5], "nv21", out=morvik.Frame(
+        GRAY[:3, :5].copy(), np.ndarray((2, 3, 2), np.uint8, bytearray(11), 0, (5, 2, 1)))), ValueError, "strides"),
     (lambda: morvik.Frame(GRAY, np.zeros((10, 30), np.uint8)), ValueError, r"shape \(10, 15, 2\)"),
     (lambda: morvik.Frame(GRAY, np.zeros((10, 15, 2), np.uint8), "bgr"), ValueError, "nv12, nv21"),
     (lambda: morvik.Frame.from_bytes(bytes(899), (30, 20)), ValueError, "has 900"),
@@ -101,6 +104,7 @@ WRONG = [
     *[(lambda counts=counts: morvik.coco_rle_to_mask({"size": [2, 2], "counts": counts}), TypeError, "count")
       for counts in (None, 4, [4.0], ["4"], [True, 3])],
     (lambda: morvik.coco_rle_to_mask({"size": [2, 2], "counts": "5"}), ValueError, "do not make"),
+    (lambda: morvik.coco_rle_to_mask({"size": [2, 2], "counts": "121P"}), ValueError, "inside a number"),
 ]
 
 

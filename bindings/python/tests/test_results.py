@@ -187,6 +187,9 @@ def test_polygons_of_other_formats():
     polygons = morvik.outlines_to_geojson(found)["coordinates"]
     assert [len(polygon) for polygon in polygons] == [2, 1]
     assert all(line[0] == line[-1] for polygon in polygons for line in polygon)
+    crossing = [np.array([(x, y), (z, y), (z, w), (x, w)]) for x, y, z, w in
+                [(0, 0, 10, 10), (8, 8, 18, 17), (12, 12, 14, 14)]]
+    assert [len(polygon) for polygon in morvik.outlines_to_geojson(crossing)["coordinates"]] == [2, 1]
     corners = [np.array(polygon).reshape(-1, 2) - 0.5 for polygon in morvik.outlines_to_coco(found)]
     assert [c.tolist() for c in corners] == [outline.tolist() for outline in found]
     rle = morvik.mask_to_coco_rle(MASK)
