@@ -1,5 +1,6 @@
 """Runs over folders: the files of the command-line tool's folder mode, with workers that die."""
 
+import io
 import json
 import os
 import shutil
@@ -14,7 +15,7 @@ from conftest import ROOT, SAMPLES, read
 from PIL import Image, ImageCms
 from PIL.PngImagePlugin import PngInfo
 
-from morvik.batch import __main__, engine, files, job
+from morvik.batch import __main__, engine, files, job, pictures
 
 PICTURES = ROOT / "tests/tools/pictures"
 
@@ -225,6 +226,19 @@ def test_what_cannot_be_done_is_a_sentence(tmp_path, monkeypatch, capsys, words,
     assert (tmp_path / "pictures/c.png").read_bytes() == b"as it is"
 
 
+def test_floating_point_pictures_are_refused():
+    file = io.BytesIO()
+    Image.fromarray(np.full((4, 4), 0.5, np.float32)).save(file, "TIFF")
+    with pytest.raises(ValueError, match="floating-point"):
+        pictures.decode(file.getvalue())
+
+
+@pytest.mark.parametrize("pattern, folder", [
+    ("/*.jpg", "/"), ("/", "/"), ("*.jpg", "."), ("/a/?.png", "/a"), ("/a/", "/a"), ("s3://a/*", "s3://a")])
+def test_folders_of_patterns(pattern, folder):
+    assert job._folder(pattern) == folder
+
+
 def test_a_scheduler_without_workers(monkeypatch, capsys):
     """Says so and gives up; workers that come late are waited for."""
     for name, seconds in (("_LOOK", 0.1), ("_TELL", 0.5), ("_PATIENCE", 1.0)):
@@ -236,6 +250,8 @@ def test_a_scheduler_without_workers(monkeypatch, capsys):
         monkeypatch.setattr(engine, "_PATIENCE", 100)
         local.scale(1)
         records = list(engine.run(client, lambda _, name: {"name": name, "status": "done"}, None, "abcdefghijkl"))
+        [broken] = engine.run(client, lambda _, name: {}[name], None, ["a"])
+        assert (broken["status"], broken["error"]) == ("failed", "KeyError: 'a'")
     assert sorted(record["name"] for record in records) == list("abcdefghijkl")
 
 

@@ -144,7 +144,8 @@ def _add_options(command: argparse.ArgumentParser, name: str) -> None:
         add("--to", _size, None, "new size, WIDTHxHEIGHT", required=True)
         add("--method", str, "area", "the method", choices=["nearest", "linear", "cubic", "area"])
     if name == "convert":
-        add("--format", str, None, "pixel format to go through", choices=["rgb24", "argb", "gray", "nv12", "nv21"])
+        add("--format", str, None, "pixel format to go through; nv12 and nv21 keep the even part of gray",
+            choices=["rgb24", "argb", "gray", "nv12", "nv21"])
     if name == "forehead":
         add("--image-size", _size, None, "size of the pictures, WIDTHxHEIGHT", required=True)
         command.add_argument("--normalised", action="store_true",

@@ -11,7 +11,7 @@ import time
 from typing import Any, Callable, Iterable, Iterator
 
 import dask
-from distributed import Client, LocalCluster, as_completed
+from distributed import Client, KilledWorker, LocalCluster, as_completed
 
 # Tasks in flight for each thread: enough that a worker never waits for the next one.
 _WINDOW = 8
@@ -110,13 +110,23 @@ def run(
                 for name in future.names:
                     submit([name], future.tries + 1)
                 continue
-            lost = f"the workers that had it were lost ({future.status})"
-            yield from found or ({"name": name, "status": "failed", "error": lost} for name in future.names)
+            yield from found or ({"name": name, "status": "failed", "error": _reason(future)} for name in future.names)
         size = _files_a_task(size, [record for found in records.values() for record in found])
 
 
 def _all_of(task: Callable[..., dict[str, Any]], job: Any, names: list[str]) -> list[dict[str, Any]]:
     return [task(job, name) for name in names]
+
+
+def _reason(future: Any) -> str:
+    """Of a task without a result: its workers died, or it raised, such as where the package is not installed."""
+    error = None
+    if future.status == "error":
+        with contextlib.suppress(Exception):
+            error = future.exception(timeout="5s")
+    if error is None or isinstance(error, KilledWorker):
+        return f"the workers that had it were lost ({future.status})"
+    return f"{type(error).__name__}: {error}"
 
 
 def _files_a_task(size: int, records: list[dict[str, Any]]) -> int:

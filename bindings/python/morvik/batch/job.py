@@ -127,7 +127,7 @@ def partner_pattern(given: str) -> str:
     """A folder, or a pattern whose one ``*`` stands for the stem of the partner."""
     folder, _, last = given.rpartition("/")
     if last == "*":
-        return folder
+        return folder or "/"
     if last.count("*") > 1 or "?" in last:
         raise files.Unusable(f"{given}: a partner's pattern has one '*', which stands for the stem of the first file")
     return given
@@ -143,8 +143,8 @@ def _partners(pattern: str, stem: str) -> list[str]:
 
 
 def _folder(pattern: str) -> str:
-    folder, _, last = pattern.rpartition("/")
-    return (folder or ".") if "*" in last or "?" in last else pattern.rstrip("/")
+    folder, slash, last = pattern.rpartition("/")
+    return (folder or slash or ".") if "*" in last or "?" in last else pattern.rstrip("/") or "/"
 
 
 def _stem(name: str) -> str:
@@ -209,7 +209,7 @@ def _refuse_inputs(job: Job, role: str) -> None:
 def _input(job: Job, role: str, name: str) -> tuple[Any, pictures.Colors]:
     first = role == OPERATIONS[job.operation].inputs[0]
     pattern = job.folders[role]
-    paths = [f"{_folder(pattern)}/{name}"] if first else _partners(pattern, _stem(name))
+    paths = [f"{_folder(pattern).rstrip('/')}/{name}"] if first else _partners(pattern, _stem(name))
     path, data = _first_of(paths)
     try:
         if role == "landmarks":

@@ -62,7 +62,9 @@ def decode(data: bytes, reading: Reading = Reading()) -> tuple[Image, Colors]:
         mode = picture.mode
         if mode in ("CMYK", "YCCK"):
             raise ValueError("the file holds CMYK colours; gray and RGB files are read")
-        if mode.startswith("I") or mode == "F":
+        if mode == "F":
+            raise ValueError("the file holds floating-point pixels; whole numbers are read")
+        if mode.startswith("I"):
             wide = np.clip(np.asarray(picture.convert("I")), 0, 65535)
             return ((wide * 255 + 32895) >> 16).astype(np.uint8), colors  # rounded, as libpng does
         transparent = mode in ("LA", "PA", "La", "RGBa") or "transparency" in picture.info
