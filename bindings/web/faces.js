@@ -75,7 +75,7 @@ function checkFile(of, options) {
   return { separator, dims };
 }
 
-/** The number that a text begins with, as C reads it; 0 without one. */
+/** The decimal number that a text begins with, as C reads it; 0 without one, and of hexadecimal ones, which C reads. */
 function leadingNumber(text = "") {
   const [, number, sign, word] = /^[ \t\n\v\f\r]*(?:([+-]?(?:\d+\.?\d*|\.\d+)(?:e[+-]?\d+)?)|([+-]?)(inf|nan))/i.exec(text) ?? [];
   if (number !== undefined) return Number(number);

@@ -199,7 +199,8 @@ export class Morvik {
 
   /**
    * The image in another format, of the same size. Gray is the mean of the three colours, rounded
-   * down, and of a frame its brightness; YUV is BT.601 in limited range.
+   * down, and of a frame its brightness; YUV is BT.601 in limited range. From gray to frames of odd
+   * sizes the even part is written, the last column and row are black.
    */
   convert<F extends Format>(image: Source, to: F): Picture<F>;
   /** The image scaled to `size`, by "area" unless another method is named. Frames have even sizes. */

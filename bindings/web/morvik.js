@@ -122,8 +122,8 @@ export class Morvik {
     if (center && !given.mode.endsWith("-center")) throw new RangeError(`the mode ${given.mode} has no center`);
     const picture = pictureOf(mask, "mask");
     return this.#wasm.run((call) => {
+      if (center) words[5] = call.put(center);
       const mode = call.put(words);
-      if (center) call.words(mode, words.length)[5] = call.put(center);
       return traced(call, grayOf(call, picture), mode);
     });
   }
@@ -169,6 +169,7 @@ export class Morvik {
     choice(to, "to", FORMATS);
     const picture = pictureOf(image, "image");
     checkSize(picture.width, picture.height, "the result", FORMATS[to].bytes || 2);
+    if (picture.format === "gray" && isFrame(to)) checkPairs(picture);
     return this.#wasm.run((call) => call.download(converted(call, call.upload(picture), to)));
   }
 
@@ -283,11 +284,15 @@ function resized(call, image, size, method) {
   return result;
 }
 
+function checkPairs({ width, height }) {
+  if (width < 2 || height < 2) throw new RangeError(`a frame of ${width} x ${height} has no whole pair of chroma`);
+}
+
 /** A frame without an odd last column and row, which belong to no whole pair. */
 function evenPart(picture) {
   const { width, height, format, data } = picture;
   if (!isFrame(format) || (width % 2 === 0 && height % 2 === 0)) return picture;
-  if (width < 2 || height < 2) throw new RangeError(`a frame of ${width} x ${height} has no whole pair of chroma`);
+  checkPairs(picture);
   const even = { width: width & ~1, height: height & ~1 };
   const pixels = new Uint8ClampedArray((even.width * even.height * 3) / 2);
   const step = width + (width % 2);

@@ -64,6 +64,7 @@ const REFUSED = [
   [() => morvik.landmarksFromMesh(new Float32Array(3 * 478), mask), /478 points.* the first 468/],
   [() => morvik.landmarksFromMesh(Array(478).fill({ x: 0, y: 0 }), mask), /478 points.* the first 468/],
   [() => morvik.convert(mask, "hsv"), /one of gray/],
+  ...[[1, 9], [9, 1]].map((size) => [() => morvik.convert(image(...size), "nv12"), /no whole pair/]),
   [() => morvik.resize(morvik.convert(mask, "nv12"), { width: 3, height: 2 }), /even size/],
   [() => morvik.rotate(mask, 45), /0, 90, 180 or 270/],
   [() => alphaOf(mask), /rgba, bgra/],
