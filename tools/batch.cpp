@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 #include "messages.h"
@@ -77,9 +78,13 @@ class Run {
       const Manner& manner)
       : jobs_(std::move(jobs)), work_(work), keep_going_(keep_going), manner_(manner) {}
 
-  void run(unsigned workers) {
+  void run(size_t workers) {
     std::vector<std::thread> threads;
-    for (unsigned i = 1; i < workers; ++i) threads.emplace_back([this] { do_jobs(); });
+    try {
+      for (size_t i = 1; i < workers; ++i) threads.emplace_back([this] { do_jobs(); });
+    } catch (const std::exception&) {
+      // Neither memory nor threads without end: those that are there do the same work.
+    }
     do_jobs();
     for (std::thread& thread : threads) thread.join();
     if (!manner_.quiet) show_progress("");
@@ -160,7 +165,7 @@ std::vector<const Job*> without_existing(const std::vector<Job>& jobs, bool skip
   return left;
 }
 
-void check_files(const std::vector<Job>& jobs) {
+void check_files(const std::vector<Job>& jobs, const std::string& failures) {
   std::vector<std::string> inputs;
   std::vector<std::string> outputs;
   for (const Job& job : jobs) {
@@ -168,6 +173,11 @@ void check_files(const std::vector<Job>& jobs) {
     outputs.push_back(job.output);
   }
   check_outputs(outputs, inputs);
+  if (failures.empty()) return;
+  check_outputs({failures}, inputs);
+  for (const std::string& output : outputs) {
+    if (same_file(output, failures)) throw Failure("--failures " + failures + " is an output");
+  }
 }
 
 void make_folder(const std::string& folder) {
@@ -188,22 +198,44 @@ std::string summary(const Run& run, size_t skipped, size_t unpaired) {
   return text + "; " + duration(run.seconds()) + ", " + rate_text(run.done(), run.seconds());
 }
 
-void write_failures(const std::string& path, const Run& run,
-                    const std::vector<std::string>& unpaired) {
+void write_failures(OutputFile& file, const Run& run, const std::vector<std::string>& unpaired) {
   std::string text;
   for (const std::string& line : run.failures()) text += line + "\n";
   for (const std::string& line : unpaired) text += line + "\n";
-  write_file(path, text);
+  file.write({reinterpret_cast<const uint8_t*>(text.data()), text.size()});
+  file.commit();
+}
+
+void refuse_stream(const Jobs& jobs, const std::string& output) {
+  if (!jobs.many || output != kStandard) return;
+  throw Failure("several inputs need a folder to write to; - is standard output");
+}
+
+bool is_folder(const std::string& output) {
+  return output != kStandard && fs::is_directory(output);
 }
 
 }  // namespace
+
+// Names are compared, not what they lead to: a file that is written replaces a link.
+bool same_file(const std::string& a, const std::string& b) {
+  if (a.empty() || b.empty()) return false;
+  const fs::path one = fs::absolute(a);
+  const fs::path other = fs::absolute(b);
+  if (one.filename() != other.filename()) return false;
+  std::error_code error;
+  return fs::weakly_canonical(one.parent_path(), error) ==
+         fs::weakly_canonical(other.parent_path(), error);
+}
 
 std::vector<std::string> files_in(const std::string& folder, Content content) {
   std::error_code error;
   std::vector<std::string> files;
   for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
     const std::string path = entry.path().string();
-    if (entry.path().filename().string().starts_with('.') || !entry.is_regular_file()) continue;
+    std::error_code unreadable;  // such as a link to itself
+    const bool is_file = entry.is_regular_file(unreadable);
+    if (!is_file || entry.path().filename().string().starts_with('.')) continue;
     if (looks_like(ending_of(path), content)) files.push_back(path);
   }
   if (error) throw Failure("cannot read the folder " + folder + ": " + error.message());
@@ -219,10 +251,11 @@ Jobs jobs_of(const std::vector<std::string>& inputs, Content content, const std:
   });
   Jobs jobs;
   jobs.many = folders || inputs.size() > 1;
+  refuse_stream(jobs, output);
   if (jobs.many && !folders && !fs::is_directory(output)) {
     throw Failure("several inputs need a folder to write to; " + output + " is none");
   }
-  const bool to_folder = jobs.many || fs::is_directory(output);
+  const bool to_folder = jobs.many || is_folder(output);
   const auto add = [&](const std::string& file) {
     jobs.jobs.push_back({{file}, to_folder ? output_in(output, file, ending) : output});
   };
@@ -245,9 +278,10 @@ Jobs jobs_of_pairs(const std::string& first, Content first_content, const std::s
   }
   if (!jobs.many) {
     jobs.jobs.push_back({{first, second}, output});
-    if (fs::is_directory(output)) jobs.jobs[0].output = output_in(output, first, ending);
+    if (is_folder(output)) jobs.jobs[0].output = output_in(output, first, ending);
     return jobs;
   }
+  refuse_stream(jobs, output);
   Stems partners = by_stem(files_in(second, second_content));
   for (const auto& [stem, file] : by_stem(files_in(first, first_content))) {
     const auto partner = partners.find(stem);
@@ -277,26 +311,26 @@ void BatchOptions::add_to(CLI::App& command) {
 }
 
 void BatchOptions::run(const Jobs& jobs, const Work& work, Session& session) const {
-  if (!jobs.many) {
-    check_files(jobs.jobs);
-    return work(jobs.jobs.front(), session);
-  }
+  check_files(jobs.jobs, failures_);
+  const bool counted = jobs.many || skip_existing_ || keep_going_ || !failures_.empty();
+  if (!counted) return work(jobs.jobs.front(), session);
   const std::vector<const Job*> left = without_existing(jobs.jobs, skip_existing_);
-  check_files(jobs.jobs);
-  make_folder(fs::path(jobs.jobs.front().output).parent_path().string());
+  if (jobs.many) make_folder(fs::path(jobs.jobs.front().output).parent_path().string());
+  std::optional<OutputFile> list;  // what cannot be written is better known before the work
+  if (!failures_.empty()) list.emplace(failures_);
   for (const std::string& line : jobs.unpaired) {
     const size_t tab = line.find('\t');
     print_message(Kind::kPlain, line.substr(0, tab) + ": " + line.substr(tab + 1));
   }
   const unsigned processors = std::clamp(std::thread::hardware_concurrency(), 1U, kMostWorkers);
-  const unsigned workers = workers_ == 0 ? processors : workers_;
+  const size_t workers = std::min<size_t>(workers_ == 0 ? processors : workers_, left.size());
   // The files share the processors; a single file must not want all of them.
   if (workers > 1) ::setenv("OPENCV_FOR_THREADS_NUM", "1", 0);
   const FinishFirst finish_first;
   Run run(left, work, keep_going_, session.manner);
   run.run(workers);
   for (const CallTime& time : run.calls()) session.add(time);
-  if (!failures_.empty()) write_failures(failures_, run, jobs.unpaired);
+  if (list) write_failures(*list, run, jobs.unpaired);
   const std::string text = summary(run, jobs.jobs.size() - left.size(), jobs.unpaired.size());
   if (FinishFirst::interrupted()) {
     return print_message(Kind::kPlain, "interrupted: " + text + "; go on with --skip-existing");

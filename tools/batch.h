@@ -32,12 +32,15 @@ Jobs jobs_of(const std::vector<std::string>& inputs, Content content, const std:
 Jobs jobs_of_pairs(const std::string& first, Content first_content, const std::string& second,
                    Content second_content, const std::string& output, const std::string& ending);
 
+// Whether two names are those of one file, there already or not.
+bool same_file(const std::string& a, const std::string& b);
+
 class BatchOptions {
  public:
   void add_to(CLI::App& command);
   using Work = std::function<void(const Job&, Session&)>;
-  // A single job is done at once and its failure is the command's. Of many the failures are told
-  // and counted; throws at the end when there were any.
+  // A single job is done at once and its failure is the command's. Of many, and with options for
+  // many, the failures are told and counted; throws at the end when there were any.
   void run(const Jobs& jobs, const Work& work, Session& session) const;
 
  private:

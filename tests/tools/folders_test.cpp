@@ -67,6 +67,43 @@ TEST_F(Folders, FailuresAreToldAndCounted) {
   EXPECT_EQ(text_of("out/2.png"), text_of("out/0.png"));
 }
 
+// Nothing is done when the list of failures could not be kept or would take a place that is taken.
+TEST_F(Folders, TheListOfFailuresReplacesNothingElse) {
+  make_pairs(2, {});
+  const std::string photo = text_of("in/0.jpg");
+  for (const std::string list :
+       {"in/0.jpg", "./masks/1.png", "out/0.png", "in/../out/1.png", "none/failed.txt", "/"}) {
+    EXPECT_EQ(run(stickers_ + "--failures " + list).status, 2) << list;
+    EXPECT_TRUE(!fs::exists(file("out")) || files_of("out").empty()) << list;
+  }
+  EXPECT_TRUE(text_of("in/0.jpg") == photo);
+  EXPECT_EQ(run("resize in --to 8x8 -o -").status, 2);
+  EXPECT_EQ(run("sticker in masks -o -").status, 2);
+  EXPECT_FALSE(fs::exists(file("-")));
+}
+
+// One file may be all that a pattern of the shell finds.
+TEST_F(Folders, OptionsForManyHoldForOne) {
+  make_pairs(2, {1});
+  const std::string resize = "resize in/0.jpg --to 8x8 -o one.png ";
+  tool::write_file(file("one.png"), "there before");
+  EXPECT_EQ(run(resize + "--skip-existing").status, 0);
+  EXPECT_EQ(text_of("one.png"), "there before");
+  EXPECT_EQ(run(resize + "--failures failed.txt").status, 0);
+  EXPECT_EQ(picture("one.png").size(), (tool::Size{8, 8}));
+  EXPECT_EQ(text_of("failed.txt"), "");
+  EXPECT_EQ(run("resize in/1.jpg --to 8x8 -o two.png --failures failed.txt").status, 1);
+  EXPECT_TRUE(text_of("failed.txt").starts_with("in/1.jpg\t")) << text_of("failed.txt");
+}
+
+TEST_F(Folders, ALinkToItselfIsPassedOver) {
+  make_pairs(3, {});
+  fs::create_symlink("loop.jpg", file("in/loop.jpg"));
+  const Result result = run("resize in --to 8x8 -o out -j 64");
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(files_of("out").size(), 3u);
+}
+
 // Interrupted, the files in hand are finished; the rest is done by the next run.
 TEST_F(Folders, GoOnAfterAnInterruption) {
   make_pairs(40, {});
