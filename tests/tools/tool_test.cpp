@@ -214,6 +214,7 @@ TEST_F(Tool, SaysWhatIsWrong) {
       {"sticker large.png m.png -o large.png", 2, kept},
       {"sticker p.jpg large.png -o large.png", 2, kept},
       {"outline large.png --svg large.png", 2, kept},
+      {"outline large.png -o a.svg --svg ./a.svg", 2, "-o and --svg would both become a.svg"},
       {"outline m.png --overlay large.png -o large.png", 2, kept},
       {"forehead points.txt --overlay p.jpg -o points.txt", 2, kept},
       {"forehead points.txt --overlay large.png -o large.png", 2, kept},
@@ -329,8 +330,8 @@ TEST_F(Tool, ColoursAreForTerminalsThatWantThem) {
 }
 
 TEST_F(Tool, DemoIsOneFile) {
-  expect_done("demo --quick");
-  const std::string page = text_of("out/demo/index.html");
+  expect_done("demo --quick -o 'a demo'");
+  const std::string page = text_of("a demo/index.html");
   EXPECT_EQ(page.find("http"), std::string::npos);
   EXPECT_FALSE(std::regex_search(page, std::regex(" src=\"(?!data:image/)")));
   EXPECT_FALSE(std::regex_search(page, std::regex(" (id|href)=\"[^\"]* ")));  // anchors are words

@@ -1,7 +1,6 @@
 // demo: runs the other commands on the sample pictures and shows what they make.
 #include <chrono>
 #include <cmath>
-#include <cstring>
 #include <filesystem>
 #include <iomanip>
 #include <iostream>
@@ -66,18 +65,28 @@ std::string time_text(const Times& times) {
   return text.str();
 }
 
-Times run_once(const std::string& command) {
-  std::vector<std::string> arguments = split(command);
-  arguments.erase(arguments.begin());
+// As one would type it.
+std::string typed(const std::vector<std::string>& words) {
+  std::string line;
+  for (const std::string& word : words) {
+    const bool quoted = word.find_first_of(" #") != std::string::npos;
+    line += (line.empty() ? "" : " ") + (quoted ? "'" + word + "'" : word);
+  }
+  return line;
+}
+
+Times run_once(const std::vector<std::string>& command) {
   Session session;
   session.manner.quiet = true;
   const auto start = Clock::now();
-  if (run(arguments, session) != 0) throw Failure("the demo ends here: " + command);
+  if (run({command.begin() + 1, command.end()}, session) != 0) {
+    throw Failure("the demo ends here: " + typed(command));
+  }
   const std::chrono::duration<double, std::milli> time = Clock::now() - start;
   return {time.count(), session.calls()};
 }
 
-Times fastest_of(int runs, const std::string& command) {
+Times fastest_of(int runs, const std::vector<std::string>& command) {
   Times fastest = run_once(command);
   for (int i = 1; i < runs; ++i) {
     const Times times = run_once(command);
@@ -88,16 +97,6 @@ Times fastest_of(int runs, const std::string& command) {
     }
   }
   return fastest;
-}
-
-std::string with_folders(std::string text, const std::string& in, const std::string& out) {
-  for (const auto& [name, folder] : {std::pair{"IN/", in}, std::pair{"OUT/", out}}) {
-    for (size_t at = 0; (at = text.find(name, at)) != std::string::npos;) {
-      if (at == 0 || text[at - 1] == ' ') text.replace(at, std::strlen(name), folder + "/");
-      ++at;
-    }
-  }
-  return text;
 }
 
 Picture read(const std::string& path) { return decode_picture(read_file(path)).picture; }
@@ -180,10 +179,10 @@ class Demo {
     std::error_code error;
     fs::create_directories(folder_, error);
     if (error) throw Failure("cannot make the folder " + folder_ + ": " + error.message());
-    const std::string landmarks = samples_ + "/collins_tilted_landmarks106.txt";
-    const std::string forehead = folder_ + "/forehead.txt";
-    run_once("morvik forehead " + landmarks + " --image-size 560x600 -o " + forehead);
-    write_skin(landmarks, forehead, folder_ + "/skin.txt");
+    const std::string landmarks = "IN/collins_tilted_landmarks106.txt";
+    const std::string forehead = "OUT/forehead.txt";
+    run_once(placed_words("morvik forehead " + landmarks + " --image-size 560x600 -o " + forehead));
+    write_skin(placed(landmarks), placed(forehead), placed("OUT/skin.txt"));
     std::vector<Section> sections = demo_sections(!quick_);
     size_t total = 0;
     for (const Section& section : sections) total += section.figures.size();
@@ -201,17 +200,27 @@ class Demo {
   }
 
  private:
-  std::string placed(const std::string& text) const {
-    return with_folders(text, samples_, folder_);
+  std::string placed(const std::string& word) const {
+    if (word.starts_with("IN/")) return samples_ + word.substr(2);
+    return word.starts_with("OUT/") ? folder_ + word.substr(3) : word;
+  }
+
+  // Split before folders are put in, as their names may have blanks.
+  std::vector<std::string> placed_words(const std::string& command) const {
+    std::vector<std::string> words = split(command);
+    for (std::string& word : words) word = placed(word);
+    return words;
   }
 
   void make(Figure& figure) const {
-    for (std::string* text : {&figure.picture, &figure.before, &figure.command, &figure.measured}) {
+    for (std::string* text : {&figure.picture, &figure.before, &figure.measured}) {
       *text = placed(*text);
     }
-    for (const std::string& command : figure.first) run_once(placed(command));
+    for (const std::string& command : figure.first) run_once(placed_words(command));
     if (!figure.command.empty()) {
-      figure.time = time_text(fastest_of(quick_ || figure.large ? 1 : 3, figure.command));
+      const std::vector<std::string> words = placed_words(figure.command);
+      figure.time = time_text(fastest_of(quick_ || figure.large ? 1 : 3, words));
+      figure.command = typed(words);
     }
     if (figure.crop.width > 0) {
       cut(figure.picture, figure.crop);

@@ -187,6 +187,7 @@ void run_outline(const OutlineOptions& options, Session& session) {
     }
   }
   check_outputs({options.svg}, jobs.jobs.front().inputs);
+  if (same_file(options.svg, first)) throw Failure("-o and --svg would both become " + first);
   options.batch.run(
       jobs, [&](const Job& job, Session& own) { outline_one(options, job, own); }, session);
 }
