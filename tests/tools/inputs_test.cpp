@@ -121,6 +121,7 @@ TEST_F(Inputs, WhatIsSurelyNotMeantIsSaid) {
   }
   tool::write_file(file("dark.png"), tool::encode_png(dark));
   tool::write_file(file("label.png"), tool::encode_png(label));
+  tool::write_file(file("black.png"), tool::encode_png(Picture(QX_FMT_GRAY, {512, 600})));
   std::string points, normalised;
   for (int i = 0; i < 106; ++i) points += std::to_string(0.005 * i) + ",0.5\n";
   tool::write_file(file("shares.txt"), points + "\n\n");
@@ -142,6 +143,7 @@ TEST_F(Inputs, WhatIsSurelyNotMeantIsSaid) {
       {smooth + "large.png", "note: the mask was scaled from 1024x1024 to 511x511", false},
       {smooth + "odd.png", "note: the mask was scaled from 511x600 to 442x520", false},
       {"sticker -o out.png " + photo + " odd.png", "from 511x600 to 512x600", false},
+      {"sticker -o out.png --expand 0 " + photo + " black.png", "the mask is black", true},
       {"forehead shares.txt --image-size 99x99", "--normalised multiplies", true},
       {"forehead shares.txt --image-size 99x99 --normalised", "", false},
       {"outline --mode polar --center 3,4 " + mask, "--center does nothing", true},
