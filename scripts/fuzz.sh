@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds the fuzz targets and runs them side by side on the processor's cores, each from its kept inputs
 # (fuzz/corpus) and those that earlier runs found (out/fuzz), where findings are written, too; these
-# end the script with an error.
+# end the script with an error, in later runs as well until they are mended or deleted.
 # Usage: scripts/fuzz.sh [--write] [seconds for each target, 60 by default] [target...]
 #        scripts/fuzz.sh --minimise   replaces the kept inputs by few that reach the same code
 # --write brings the table in docs/reliability.md up to date: executions with the sources as they
@@ -13,6 +13,7 @@ install_packages "${build_packages[@]}" clang-19 libclang-rt-19-dev git
 action=run
 case ${1:-} in --write | --minimise) action=${1#--} && shift ;; esac
 seconds=${1:-60}
+[[ $seconds =~ ^[1-9][0-9]*$ ]] || { echo "not a number of seconds: $seconds" >&2; exit 2; }
 shift || true
 [[ -d /dev/shm ]] && export TMPDIR=/dev/shm  # landmark files
 # Faster. The tests look for uses of a stack after its function; what is found is run again without
@@ -26,11 +27,14 @@ targets=("$@")
   build/fuzz/compile_commands.json | sort -u))
 cmake --build --preset fuzz --target "${targets[@]/#/morvik_fuzz_}"
 
-# Executions count for the sources that they were made with.
+# Executions count for the sources that they were made with, as they are now.
+state_of() { git ls-files -- fuzz/CMakeLists.txt include "$@" | xargs cat | sha1sum | cut -c -12; }
+state_of_operations=$(state_of src reference tests/robust tests/support fuzz/operations.cpp)
+state_of_pictures=$(state_of tools/pictures src/core/format.h fuzz/pictures.cpp)
 counts_of() {
-  local sources=(src tests/robust fuzz/operations.cpp)
-  [[ $1 != pictures ]] || sources=(tools/pictures fuzz/pictures.cpp src/core/format.h)
-  echo "out/fuzz/$1.$(git ls-files -- "${sources[@]}" | xargs cat | sha1sum | cut -c -12).executions"
+  local state=$state_of_operations
+  [[ $1 != pictures ]] || state=$state_of_pictures
+  echo "out/fuzz/$1.$state.executions"
 }
 
 # A JPEG's tables, a profile and a file of landmarks are longer than what the operations need, whose
@@ -48,22 +52,31 @@ minimise() {
   echo "$target: $(ls "fuzz/corpus/$target" | wc -l) inputs"
 }
 
+fuzz() {  # target, options and inputs
+  build/fuzz/fuzz/morvik_fuzz_"$1" -timeout=25 -rss_limit_mb=4096 -max_len="$(longest "$1")" \
+    -entropic=0 -reload=0 -print_final_stats=1 -artifact_prefix="out/fuzz/$1-" "${@:2}" \
+    >"out/fuzz/$1.log" 2>&1
+}
+
+# With a finding, of this run or an earlier one, no execution counts.
 run() {
-  local target=$1 count counts
+  local target=$1 count counts findings
   counts=$(counts_of "$target")
-  build/fuzz/fuzz/morvik_fuzz_"$target" -max_total_time="$seconds" -timeout=25 -rss_limit_mb=4096 \
-    -max_len="$(longest "$target")" -entropic=0 -reload=0 -print_final_stats=1 \
-    -artifact_prefix="out/fuzz/$target-" \
-    "out/fuzz/$target" "fuzz/corpus/$target" >"out/fuzz/$target.log" 2>&1 ||
-    { tail -n 60 "out/fuzz/$target.log"; return 1; }
+  mapfile -t findings < <(compgen -G "out/fuzz/$target-*")
+  if { ((${#findings[@]})) && ! fuzz "$target" "${findings[@]}"; } ||
+    ! fuzz "$target" -max_total_time="$seconds" "out/fuzz/$target" "fuzz/corpus/$target"; then
+    tail -n 60 "out/fuzz/$target.log"
+    rm -f "$counts"
+    return 1
+  fi
   count=$(sed -n 's/^stat::number_of_executed_units: *//p' "out/fuzz/$target.log")
   echo $(($(cat "$counts" 2>/dev/null || echo 0) + count)) >"$counts"
   echo "$target: $count executions, $(sed -n 's/^stat::average_exec_per_sec: *//p' \
     "out/fuzz/$target.log") a second, $(<"$counts") with these sources"
 }
 
-export -f run minimise longest counts_of
-export seconds
+export -f run fuzz minimise longest counts_of
+export seconds state_of_operations state_of_pictures
 for target in "${targets[@]}"; do mkdir -p "out/fuzz/$target" "fuzz/corpus/$target"; done
 if [[ $action == minimise ]]; then
   printf '%s\n' "${targets[@]}" | xargs -P "$(nproc)" -I{} bash -euc 'minimise {}'
