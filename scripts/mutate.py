@@ -173,13 +173,17 @@ def measure_reach():
             yield Reach(program, test, seconds, *lines_reached(tree, program, raw))
 
 
+def state_of(*paths):
+    """A hash of the files below."""
+    listed = subprocess.run(["git", "ls-files", "-co", "--exclude-standard", *paths], check=True,
+                            capture_output=True, text=True)
+    return hashlib.sha256(b"".join(pathlib.Path(name).read_bytes()
+                                   for name in listed.stdout.splitlines())).hexdigest()[:12]
+
+
 def reach_of_tests():
     """Measured anew when a source or a test has changed."""
-    listed = subprocess.run(["git", "ls-files", "-co", "--exclude-standard", "src", "tests",
-                             "reference", "include"], check=True, capture_output=True, text=True)
-    state = hashlib.sha256(b"".join(pathlib.Path(name).read_bytes()
-                                    for name in listed.stdout.splitlines())).hexdigest()
-    kept = WORK / f"reach-{state[:12]}.json"
+    kept = WORK / f"reach-{state_of('src', 'tests', 'reference', 'include')}.json"
     if not kept.exists():
         WORK.mkdir(parents=True, exist_ok=True)
         measured = [reach._replace(lines={f: list(n) for f, n in reach.lines.items()},
@@ -207,6 +211,9 @@ class Judge:
     def __init__(self):
         self.reaches = reach_of_tests()
         self.tree = Tree("mutants")
+        for program in self.tree.programs:
+            if not self.tree.passes(program, "*"):
+                raise SystemExit(f"{program} fails without any mutation")
 
     def object_of(self, file):
         return self.tree.build_folder / f"CMakeFiles/morvik_objects.dir/{file}.o"
@@ -276,11 +283,12 @@ def main():
 
 
 class Log:
-    """Verdicts, kept so that an interrupted run goes on where it was; those of a file that has
-    changed do not count."""
+    """Verdicts, kept so that an interrupted run goes on where it was; when a file or a test has
+    changed, they do not count."""
 
     def __init__(self, path):
         self.path = path
+        self.tests = state_of("tests", "reference")
         self.verdicts, self.rounds = {}, {}
         if path.exists():
             for line in path.read_text().splitlines():
@@ -290,10 +298,8 @@ class Log:
     def keep(self, key, is_short, verdict):
         self.verdicts[key], self.rounds[key] = verdict, is_short
 
-    @staticmethod
-    def key(mutation):
-        text = pathlib.Path(mutation.file).read_bytes()
-        return (hashlib.sha256(text).hexdigest()[:12], *mutation)
+    def key(self, mutation):
+        return (self.tests, state_of(mutation.file), *mutation)
 
     def is_open(self, mutation, are_short):
         key = self.key(mutation)
