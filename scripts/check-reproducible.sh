@@ -11,7 +11,7 @@ cd "$(dirname "$0")/.."
 . scripts/lib.sh
 install_packages "${build_packages[@]}" faketime git
 root=$(mktemp -d)
-trap 'rm -rf "$root"' EXIT
+trap 'wait; rm -rf "$root"' EXIT
 commit_date=$(git log -1 --format=%ct)
 jobs=${JOBS:-$(nproc)}
 export CCACHE_DISABLE=1
@@ -22,6 +22,7 @@ build() {  # folder, command in front of compilers and linkers
   git archive HEAD | tar -x -C "$source"
   cmake -S "$source" -B "$source/out" -G Ninja -DCMAKE_BUILD_TYPE=Release -DMORVIK_BUILD_TESTS=OFF \
     -DCMAKE_C_COMPILER_LAUNCHER="$2" -DCMAKE_CXX_COMPILER_LAUNCHER="$2" \
+    -DCMAKE_C_LINKER_LAUNCHER="$2" -DCMAKE_CXX_LINKER_LAUNCHER="$2" \
     -DMORVIK_BUILD_EXAMPLES=OFF >/dev/null
   cmake --build "$source/out" -j $(((jobs + 1) / 2)) >/dev/null
   (cd "$source/out" && SOURCE_DATE_EPOCH=$commit_date ${2//;/ } cpack -G DEB >/dev/null)
