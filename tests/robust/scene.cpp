@@ -56,9 +56,10 @@ Rows rows_of(const QX_OFFSCREEN& image, int plane, bool packed) {
 
 bool is_turned(const Scene& s, int angle, bool packed) {
   for (int i = 0; i < (is_two_plane(s.src[0].format) ? 2 : 1); ++i) {
-    cv::Mat turned = rows_of(s.src[0], i, packed).read();
+    const Rows from = rows_of(s.src[0], i, packed);
     const Rows to = rows_of(s.dst[0], i, packed);
-    if (turned.empty()) continue;
+    if (from.size.empty()) continue;
+    cv::Mat turned = from.read();
     if (angle != 0) cv::rotate(turned.clone(), turned, angle / 90 - 1);
     if (cv::norm(to.read(), to.write(turned), cv::NORM_INF) != 0) return false;
   }
