@@ -27,10 +27,10 @@ targets=("$@")
   build/fuzz/compile_commands.json | sort -u))
 cmake --build --preset fuzz --target "${targets[@]/#/morvik_fuzz_}"
 
-# Executions count for the sources that they were made with, as they are now.
-state_of() { git ls-files -- fuzz/CMakeLists.txt include "$@" | xargs cat | sha1sum | cut -c -12; }
-state_of_operations=$(state_of src reference tests/robust tests/support fuzz/operations.cpp)
-state_of_pictures=$(state_of tools/pictures src/core/format.h fuzz/pictures.cpp)
+# Executions count for the code that they tried, as it is now: the library's or that of the readers.
+state_of() { git ls-files -- "$@" | xargs cat | sha1sum | cut -c -12; }
+state_of_operations=$(state_of src include)
+state_of_pictures=$(state_of tools/pictures src/core/format.h include)
 counts_of() {
   local state=$state_of_operations
   [[ $1 != pictures ]] || state=$state_of_pictures
