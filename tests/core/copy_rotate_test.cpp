@@ -87,7 +87,7 @@ TEST(Move, RowsThatOverlapAreWrittenFromTheTop) {
         dst.descriptor().pitch[0] = moved.cols + 1;
         TestImage expected = dst.clone();
         for (int y = 0; y < moved.rows; ++y) {
-          std::memcpy(expected.row(y), moved.ptr(y), moved.cols * moved.elemSize());
+          std::memcpy(expected.row(y), moved.ptr(y), moved.step[0]);
         }
         EXPECT_EQ(move(dst, src, angle), MVK_OK);
         EXPECT_TRUE(dst == expected) << dst << " by " << angle;
