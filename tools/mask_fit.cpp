@@ -109,16 +109,12 @@ Picture SmoothOptions::smooth(const Picture& photo, const Picture& mask, Session
 
 Picture SmoothOptions::fit(const Picture& photo, const Picture& mask, Session& session) const {
   const Size size = photo.size();
-  if (!snap_ && mask.size() == size) {
-    warn_if_dark(mask, kHalf, session);
-    return mask;
-  }
   const bool fine = mask.width() >= size.width || mask.height() >= size.height ||
                     std::max(mask.width(), mask.height()) > kMaxMaskSide;
   if (snap_ || !fine) return smooth(photo, mask, session);
   check_proportions(mask.size(), size, session);
   warn_if_dark(mask, kHalf, session);
-  return scaled_with_note(mask, size, session);
+  return mask.size() == size ? mask : scaled_with_note(mask, size, session);
 }
 
 void PairOptions::add_to(CLI::App& command) {
