@@ -228,6 +228,7 @@ def convert(image: Picture, to: str, *, format: str | None = None, out: Any = No
     planes = _planes(image)
     height, width = planes[0].shape[:2]
     result: Any
+    written: Any  # the result, or what is copied to it
     if to in _FRAME_FORMATS:
         result = written = _frame_out(out, Size(width, height), to, *planes)
         if origin == raw.GRAY:
@@ -239,11 +240,11 @@ def convert(image: Picture, to: str, *, format: str | None = None, out: Any = No
     else:
         check_size(width, height, "the result", _CHANNELS[target])
         shape = _shape(Size(width, height), _CHANNELS[target])
-        result = destination(out, shape, *planes, packed=False)
+        result = written = destination(out, shape, *planes, packed=False)
         record = describe(result, target)
     given = image._describe() if isinstance(image, Frame) else describe(image, origin)
     check(library.mvk_convert(record, given), "mvk_convert")
-    if isinstance(result, Frame) and written is not result:
+    if written is not result:
         result.y[...], result.uv[...] = written.y, written.uv
     return result
 
