@@ -173,12 +173,15 @@ def measure_reach():
             yield Reach(program, test, seconds, *lines_reached(tree, program, raw))
 
 
-def state_of(*paths):
-    """A hash of the files below."""
-    listed = subprocess.run(["git", "ls-files", "-co", "--exclude-standard", *paths], check=True,
+def hash_of(*files):
+    return hashlib.sha256(b"".join(pathlib.Path(name).read_bytes() for name in files)).hexdigest()[:12]
+
+
+def state_of(*folders):
+    """A hash of all files in them."""
+    listed = subprocess.run(["git", "ls-files", "-co", "--exclude-standard", *folders], check=True,
                             capture_output=True, text=True)
-    return hashlib.sha256(b"".join(pathlib.Path(name).read_bytes()
-                                   for name in listed.stdout.splitlines())).hexdigest()[:12]
+    return hash_of(*listed.stdout.splitlines())
 
 
 def reach_of_tests():
@@ -299,7 +302,7 @@ class Log:
         self.verdicts[key], self.rounds[key] = verdict, is_short
 
     def key(self, mutation):
-        return (self.tests, state_of(mutation.file), *mutation)
+        return (self.tests, hash_of(mutation.file), *mutation)
 
     def is_open(self, mutation, are_short):
         key = self.key(mutation)
