@@ -4,8 +4,8 @@
 # end the script with an error, in later runs as well until they are mended or deleted.
 # Usage: scripts/fuzz.sh [--write] [seconds for each target, 60 by default] [target...]
 #        scripts/fuzz.sh --minimise   replaces the kept inputs by few that reach the same code
-# --write brings the table in docs/reliability.md up to date: executions with the sources as they
-# are, those of earlier runs included.
+# --write brings the table in docs/reliability.md up to date: executions with the code as it is,
+# those of earlier runs included.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/lib.sh
